@@ -1,0 +1,9 @@
+#include "Debug.h"
+
+namespace OrynRti {
+
+bool DtNetDebugOn = false;
+bool DtSmoothDebugOn = false;
+bool DtLispDebugOn = false;
+
+}  // namespace OrynRti

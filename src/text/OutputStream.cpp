@@ -1,0 +1,246 @@
+#include <algorithm>
+#include <cstring>
+#include <cxxabi.h>
+
+#include "Exceptions.h"
+#include "Print.h"
+#include "ScopedLock.h"
+#include "containers/CancellationOff.h"
+#include "text/MessageFormat.h"
+
+namespace OrynRti {
+
+namespace {
+
+/// A buffer that has grown beyond this for one long piece is given back.
+constexpr size_t theMaxKeptCapacity_bytes = 64 * 1024;
+constexpr size_t theUsualCapacity_bytes = 240;
+
+}  // namespace
+
+// -------------------------------------------------------------------------------------------
+// DtOutputStreamBuffer
+
+inline DtOutputStream* DtOutputStreamBuffer::stream() const {
+    return __atomic_load_n(&stream_, __ATOMIC_ACQUIRE);  // pairs with setOutputStream()
+}
+
+inline bool DtOutputStreamBuffer::collects() const {
+    const DtOutputStream* target = stream();
+    return target != nullptr && target->okToPrint();
+}
+
+/// Room for a usual piece from the start: moving text out of a string with a block of its own is
+/// cheaper than copying it.
+DtOutputStreamBuffer::DtOutputStreamBuffer() {
+    pending_.reserve(theUsualCapacity_bytes);
+}
+
+DtOutputStreamBuffer::~DtOutputStreamBuffer() = default;
+
+void DtOutputStreamBuffer::setOutputStream(DtOutputStream* stream) {
+    const DtScopedLock lock(mutex_, true);
+    __atomic_store_n(&stream_, stream, __ATOMIC_RELEASE);  // pairs with stream()
+}
+
+/// Never the end-of-file value, so that dropped text does not make the stream bad.
+DtOutputStreamBuffer::int_type DtOutputStreamBuffer::overflow(int_type c) {
+    if (!traits_type::eq_int_type(c, traits_type::eof())) {
+        const char character = traits_type::to_char_type(c);
+        DtOutputStreamBuffer::xsputn(&character, 1);
+    }
+    return traits_type::not_eof(c);
+}
+
+std::streamsize DtOutputStreamBuffer::xsputn(const char* text, std::streamsize size) {
+    if (size > 0 && collects()) {
+        const DtScopedLock lock(mutex_, true);
+        collect(text, static_cast<size_t>(size));
+    }
+    return size;
+}
+
+/// Waits for a delivery on another thread: whoever flushes knows that the text is out, even
+/// when it went along with another thread's piece.
+int DtOutputStreamBuffer::sync() {
+    if (stream() == nullptr)
+        return -1;
+    if (!undelivered_.load(std::memory_order_relaxed))  // a thread sees its own characters
+        return 0;
+    const DtScopedLock lock(mutex_, true);
+    if (!pending_.empty())
+        deliver(false);
+    return 0;
+}
+
+/// For a run that was asked for already: the stream and the level are asked again only after a
+/// delivery, in which a printer may have changed them.
+void DtOutputStreamBuffer::collect(const char* text, size_t size) {
+    do {
+        const void* newline = std::memchr(text, '\n', size);
+        const size_t length =
+            newline == nullptr ? size : static_cast<const char*>(newline) - text + 1;
+        pending_.append(text, length);
+        undelivered_.store(true, std::memory_order_relaxed);
+        if (newline != nullptr)
+            deliver(true);
+        text += length;
+        size -= length;
+    } while (size > 0 && collects());
+}
+
+/// The text is moved out first: a printer may write to this stream. Afterwards its memory
+/// serves for the next piece.
+void DtOutputStreamBuffer::deliver(bool endOfLine) {
+    std::string piece;
+    piece.swap(pending_);
+    if (DtOutputStream* const target = stream())
+        target->write(piece, endOfLine);
+    if (!pending_.empty())
+        return;
+    undelivered_.store(false, std::memory_order_relaxed);
+    if (piece.capacity() <= theMaxKeptCapacity_bytes) {
+        piece.clear();
+        pending_.swap(piece);
+    }
+}
+
+void DtOutputStreamBuffer::forget(DtOutputStream* stream) {
+    const DtScopedLock lock(mutex_, true);
+    if (stream_ == stream)
+        setOutputStream(nullptr);
+}
+
+// -------------------------------------------------------------------------------------------
+// DtOutputStream
+
+struct DtOutputStream::RunningPrinter {
+    DtPrinter* printer;
+    RunningPrinter*& innermost;
+    RunningPrinter* outer;
+
+    RunningPrinter(DtPrinter* running, RunningPrinter*& head)
+        : printer(running), innermost(head), outer(head) {
+        innermost = this;
+    }
+    ~RunningPrinter() { innermost = outer; }
+    RunningPrinter(const RunningPrinter&) = delete;
+    RunningPrinter& operator=(const RunningPrinter&) = delete;
+};
+
+DtOutputStream::DtOutputStream(DtOutputStreamBuffer* buffer, int& notifyLevel, int threshold,
+                               DtPrinter* printer)
+    : std::ostream(buffer), buffer_(buffer), threshold_(threshold), notifyLevel_(notifyLevel) {
+    {
+        const DtScopedLock lock(bufferMutex_, true);
+        buffer_->setOutputStream(this);
+    }
+    setf(std::ios_base::unitbuf);
+    DtOutputStream::attachPrinter(printer);
+}
+
+DtOutputStream::~DtOutputStream() {
+    buffer_->pubsync();
+    const DtScopedLock lock(bufferMutex_, true);
+    buffer_->forget(this);
+}
+
+void DtOutputStream::attachPrinter(DtPrinter* printer) {
+    if (printer == nullptr)
+        return;
+    const DtScopedLock lock(printersMutex_, true);
+    if (std::find(printers_.begin(), printers_.end(), printer) == printers_.end())
+        printers_.push_back(printer);
+}
+
+/// While printers run on this thread the place in the list is only emptied: `write` is going
+/// through the list.
+bool DtOutputStream::detachPrinter(DtPrinter* printer) {
+    if (printer == nullptr)
+        return false;
+    const DtScopedLock lock(printersMutex_, true);
+    const auto found = std::find(printers_.begin(), printers_.end(), printer);
+    if (found == printers_.end())
+        return false;
+    *found = nullptr;
+    dropDetachedPrinters();
+    return true;
+}
+
+void DtOutputStream::detachAllPrinters() {
+    const DtScopedLock lock(printersMutex_, true);
+    std::fill(printers_.begin(), printers_.end(), nullptr);
+    dropDetachedPrinters();
+}
+
+/// The buffer's lock comes first although nothing is collected here: a printer that inserts
+/// into this stream takes it inside of the printers' lock, and every other thread takes the two
+/// in this order.
+void DtOutputStream::write(const std::string& text, bool endOfLine) {
+    if (!okToPrint())
+        return;
+    const CancellationOff noCancellation;
+    const DtScopedLock bufferLock(buffer_->mutex_, true);
+    const DtScopedLock printersLock(printersMutex_, true);
+    const size_t count = printers_.size();
+    for (size_t i = 0; i < count; ++i)
+        if (printers_[i] != nullptr && !isRunning(printers_[i]))
+            runPrinter(printers_[i], text, endOfLine);
+    dropDetachedPrinters();
+}
+
+void DtOutputStream::setThreshold(int threshold) {
+    __atomic_store_n(&threshold_, threshold, __ATOMIC_RELAXED);  // stands alone
+}
+
+int DtOutputStream::threshold() const {
+    return __atomic_load_n(&threshold_, __ATOMIC_RELAXED);
+}
+
+bool DtOutputStream::okToPrint() const {
+    return threshold() <= __atomic_load_n(&notifyLevel_, __ATOMIC_RELAXED);  // stands alone
+}
+
+/// Under the buffer's lock, so that no other thread's text comes between what was pending and
+/// the message. The mutex of the hand-over would do for that, but a printer that calls this
+/// operator already holds the buffer's, and two threads would take the two crosswise.
+void DtOutputStream::operator()(const char* format, ...) {
+    if (!okToPrint())
+        return;
+    const DtScopedLock lock(buffer_->mutex_, true);
+    buffer_->pubsync();
+    if (format == nullptr)
+        return;
+    va_list arguments;
+    va_start(arguments, format);
+    const std::string message = DtFormatMessage(format, arguments);
+    va_end(arguments);
+    write(message, false);
+}
+
+bool DtOutputStream::isRunning(const DtPrinter* printer) const {
+    for (const RunningPrinter* running = running_; running != nullptr; running = running->outer)
+        if (running->printer == printer)
+            return true;
+    return false;
+}
+
+void DtOutputStream::runPrinter(DtPrinter* printer, const std::string& text, bool endOfLine) {
+    const RunningPrinter running(printer, running_);
+    try {
+        printer->write(text, threshold(), endOfLine);
+    } catch (const abi::__forced_unwind&) {
+        throw;                             // the end of this thread, not a failure of the printer
+    } catch (const DtException* thrown) {  // as a failed assertion throws it
+        delete thrown;
+    } catch (...) {
+    }
+}
+
+void DtOutputStream::dropDetachedPrinters() {
+    if (running_ != nullptr)
+        return;
+    printers_.erase(std::remove(printers_.begin(), printers_.end(), nullptr), printers_.end());
+}
+
+}  // namespace OrynRti
