@@ -1,0 +1,85 @@
+#ifndef RTIQNUTIL_FOM_MERGE_H
+#define RTIQNUTIL_FOM_MERGE_H
+
+#include <iterator>
+#include <memory>
+#include <ostream>
+#include <set>
+
+#include "FomComponents.h"
+#include "FomTypes.h"
+#include "Print.h"
+#include "String.h"
+
+namespace OrynRti {
+
+/// Merging of one table of rows, for the row types of FomComponents.h and for any other type that
+/// has their operations and whose rows, when equal, have the same name.
+
+/// Whether no row of `held` conflicts with `incoming`: the held row that equals it, if there is
+/// one, must agree with it in `compareSubcomponents`. A new name never conflicts.
+/// Cost: logarithmic, since a row that equals `incoming` can only stand at its name.
+template <typename T>
+bool consistencyTest(const std::set<std::shared_ptr<T>, FomTypeCompare<T>>& held, const T& incoming,
+                     bool strict) {
+    const auto found = held.find(incoming);
+    if (found == held.end() || !(**found == incoming))
+        return true;
+    return (*found)->compareSubcomponents(incoming, strict);
+}
+
+/// What `mergeComponent` reports of the rows that conflict. True when there were none.
+///
+/// `errorText` ends with the last conflicting row. A single conflict is appended to what the text
+/// held, without a heading; from the second on, each one replaces the whole text by the heading
+/// and its own row, so callers that want every row look for them with `consistencyTest`.
+template <typename T>
+bool DtReportFomConflicts(const std::set<std::shared_ptr<T>, FomTypeCompare<T>>& incoming,
+                          const std::set<std::shared_ptr<T>, FomTypeCompare<T>>& held,
+                          const DtString& fomName, const DtString& tableName, DtString& errorText,
+                          bool strict) {
+    bool consistent = true;
+    for (const std::shared_ptr<T>& row : incoming) {
+        if (consistencyTest(held, *row, strict))
+            continue;
+        if (!consistent)
+            errorText = fomName + " has conflicts in " + tableName + ":\n";
+        errorText += "\t";
+        row->appendToString(errorText);
+        consistent = false;
+    }
+    return consistent;
+}
+
+/// Adds the rows of `incoming` to `held`; of a name in both, the held row stays. Rows are shared,
+/// not copied. When any row conflicts nothing is added, not even rows of new names: the answer is
+/// then `conflictStatus` and `errorText` is written to DtVerbose, or, without `strict`, the answer
+/// is success and the text goes to DtWarn. See `DtReportFomConflicts` for what `errorText` holds;
+/// it is left alone when nothing conflicts. An empty `held` takes every row untested.
+///
+/// `fomName` is the identification of the module that `incoming` is from, `tableName` the table's
+/// name for people. The two tables may be the same.
+/// Cost: one look-up and one hinted insertion a row.
+template <typename T>
+DtMergeFomStatus_enum mergeComponent(
+    const std::set<std::shared_ptr<T>, FomTypeCompare<T>>& incoming,
+    std::set<std::shared_ptr<T>, FomTypeCompare<T>>& held, const DtString& fomName,
+    const DtString& tableName, DtString& errorText, DtMergeFomStatus_enum conflictStatus,
+    bool strict) {
+    if (!DtReportFomConflicts(incoming, held, fomName, tableName, errorText, strict)) {
+        if (strict) {
+            DtVerbose << errorText << std::endl;
+            return conflictStatus;
+        }
+        DtWarn << "Merge Error ignored: " << errorText << std::endl;
+        return DtMergeFomSuccess;
+    }
+    auto next = held.begin();
+    for (const std::shared_ptr<T>& row : incoming)
+        next = std::next(held.insert(next, row));
+    return DtMergeFomSuccess;
+}
+
+}  // namespace OrynRti
+
+#endif
