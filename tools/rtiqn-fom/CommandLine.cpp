@@ -1,0 +1,226 @@
+#include "CommandLine.h"
+
+#include <CLI/CLI.hpp>
+#include <csignal>
+#include <exception>
+#include <functional>
+#include <string>
+
+#include "CheckCommand.h"
+#include "Console.h"
+#include "Errors.h"
+#include "FedTarget.h"
+#include "Federation.h"
+#include "MergeCommand.h"
+#include "Print.h"
+#include "ShowCommand.h"
+#include "Vocabulary.h"
+#include "Words.h"
+
+namespace RtiqnFom {
+
+using namespace OrynRti;
+
+namespace {
+
+constexpr const char* theVersion = "22.0.0";
+
+constexpr const char* theDescription =
+    "Merges the modules of a federation object model (FOM), shows one, or checks some.\n"
+    "\n"
+    "A FOM says which objects and interactions the members of an HLA federation exchange. It "
+    "comes\n"
+    "as modules, OMT documents in XML, that are merged into one model: this program reads those "
+    "of\n"
+    "IEEE 1516-2000, 1516-2010 and 1516-2025 and tells where they disagree.";
+
+const std::string theExitStatuses =
+    "Exit status:\n"
+    "  0   merged and checked, or shown, or passed\n"
+    "  1   modules conflict, or a check failed\n"
+    "  2   a module is malformed: standard error says FILE:LINE:COLUMN\n"
+    "  3   a file cannot be read or written\n"
+    "  64  wrong usage\n"
+    "The result goes to standard output, everything else to standard error.\n";
+
+const std::string theExamples =
+    "\n"
+    "Examples:\n"
+    "  rtiqn-fom merge --mim MIM.xml Base.xml Radio.xml     merge three modules, show a summary\n"
+    "  rtiqn-fom merge Base.xml --join Radio.xml            let one join the federation later\n"
+    "  rtiqn-fom merge --output FOM.xml Base.xml Radio.xml  write the merged model\n"
+    "  rtiqn-fom show Base.xml                              print every table of a module\n"
+    "  rtiqn-fom check *.xml                                check each module by itself\n"
+    "\n"
+    "'rtiqn-fom merge --help' and so on tell more of each command.";
+
+constexpr const char* theMergeDescription =
+    "Merges modules into one federation and prints what each brought, every conflict, and what\n"
+    "the check after the merge found. A module that conflicts is left out as a whole; the others\n"
+    "are merged all the same. The order of modules matters where a first statement stays.";
+
+const std::string theMergeFooter =
+    "Conflicts of time representations, dimensions, classes, attributes and parameters refuse a\n"
+    "module with --lenient, too; datatypes never conflict before the edition of 2025, the first of "
+    "a\n"
+    "name stays. A federation of IEEE 1516-2000 or 1516-2010 must state its switches: merge the\n"
+    "module that has them as well.\n"
+    "\n" +
+    theExitStatuses +
+    "\n"
+    "Examples:\n"
+    "  rtiqn-fom merge --mim MIM.xml Base.xml Switches.xml --join Radio.xml --output FOM.xml\n"
+    "  rtiqn-fom merge --tables ObjectClass,InteractionClass --format json Base.xml Radio.xml";
+
+std::vector<std::string> tableNames() {
+    std::vector<std::string> names;
+    for (const DtMergeFomTableMask table : mergeTables())
+        names.push_back(textOf(DtFedTarget::enumAsString(table)));
+    return names;
+}
+
+/// In lines of three.
+std::string tableList() {
+    std::string list;
+    std::size_t count = 0;
+    for (const std::string& name : tableNames())
+        list += (count++ == 0 ? "" : count % 3 == 1 ? ",\n" : ", ") + name;
+    return list;
+}
+
+std::uint64_t maskOf(const std::vector<std::string>& names) {
+    std::uint64_t mask = 0;
+    for (const DtMergeFomTableMask table : mergeTables())
+        for (const std::string& name : names)
+            if (sameWord(name, textOf(DtFedTarget::enumAsString(table))))
+                mask |= table;
+    return mask;
+}
+
+void addMerge(CLI::App& app, const std::function<void(std::function<int()>)>& choose) {
+    CLI::App* command = app.add_subcommand("merge", theMergeDescription);
+    command->footer(theMergeFooter);
+    struct Values {
+        MergeOptions options;
+        std::vector<std::string> tables;
+        std::string format = "text";
+    };
+    const auto values = std::make_shared<Values>();
+    MergeOptions& options = values->options;
+    command
+        ->add_option("MODULE", options.modules, "Modules that create the federation, in this order")
+        ->required()
+        ->option_text(" ");
+    command->add_option("--join", options.joining, "Modules that join the federation afterwards")
+        ->option_text("MODULE.xml...");
+    command->add_option("--mim", options.mim, "The management module, merged before all others")
+        ->option_text("FILE");
+    command->add_flag("--lenient", options.lenient,
+                      "Only warn of conflicts, but for those named below");
+    command
+        ->add_option("--tables", values->tables,
+                     "Merge these tables only and skip the checks of all others:\n" + tableList())
+        ->delimiter(',')
+        ->check(CLI::IsMember(tableNames(), CLI::ignore_case))
+        ->take_all()
+        ->expected(1)
+        ->option_text("A,B,...");
+    command
+        ->add_option("--output", options.output,
+                     "Write the merged model to FILE, or for '-' to standard output\n"
+                     "(the summary then goes to standard error); nothing is\n"
+                     "written when the merge or the check fails")
+        ->option_text("FILE|-");
+    command->add_flag("--dry-run", options.dryRun, "Write no model, whatever --output says");
+    command->add_option("--format", values->format, "Form of the summary: text or json")
+        ->check(CLI::IsMember({"text", "json"}))
+        ->option_text("text|json");
+    command->callback([values, choose] {
+        if (!values->tables.empty())
+            values->options.tables = maskOf(values->tables);
+        values->options.json = values->format == "json";
+        choose([values] { return runMerge(values->options); });
+    });
+}
+
+void addShow(CLI::App& app, const std::function<void(std::function<int()>)>& choose) {
+    CLI::App* command = app.add_subcommand("show", "Prints every table of a module, a row a line.");
+    const auto path = std::make_shared<std::string>();
+    command->add_option("MODULE", *path, "The module")->required()->option_text(" ");
+    command->callback([path, choose] { choose([path] { return runShow(*path); }); });
+}
+
+void addCheck(CLI::App& app, const std::function<void(std::function<int()>)>& choose) {
+    CLI::App* command = app.add_subcommand(
+        "check",
+        "Checks each module by itself. Malformed rows, rows that come twice, update rates of zero\n"
+        "and empty names fail; missing switches and references left to other modules are remarks.");
+    const auto paths = std::make_shared<std::vector<std::string>>();
+    command->add_option("MODULE", *paths, "The modules")->required()->option_text(" ");
+    command->callback([paths, choose] { choose([paths] { return runCheck(*paths); }); });
+}
+
+void addVerbosity(CLI::App& app) {
+    for (CLI::App* command : app.get_subcommands(nullptr)) {
+        CLI::Option* quiet = command->add_flag_callback(
+            "--quiet", [] { DtNotifyLevel = 0; }, "Give no warnings");
+        command
+            ->add_flag_callback(
+                "--verbose", [] { DtNotifyLevel = 3; }, "Tell every step of the merge")
+            ->excludes(quiet);
+    }
+}
+
+int runChosen(const std::function<int()>& command) {
+    try {
+        return command();
+    } catch (const MalformedModule& error) {
+        printError(error.what());
+        return theMalformed;
+    } catch (const FileError& error) {
+        printError(error.what());
+        return theFileError;
+    }
+}
+
+/// Help and version are asked for; anything else that CLI11 throws is wrong usage.
+int answer(const CLI::App& app, const CLI::ParseError& error) {
+    std::ostringstream result;
+    std::ostringstream complaint;
+    if (app.exit(error, result, complaint) == 0) {
+        return runChosen([&] {
+            writeStandardOutput(result.str());
+            return theSuccess;
+        });
+    }
+    std::string text = complaint.str();
+    text.erase(text.find_last_not_of('\n') + 1);
+    printError(text);
+    return theUsageError;
+}
+
+}  // namespace
+
+int runProgram(int argc, const char* const* argv) {
+    std::signal(SIGPIPE, SIG_IGN);
+    DtSetQuarnPrinter(&DtStandardErrorConsole);
+    CLI::App app(theDescription, "rtiqn-fom");
+    app.set_version_flag("--version", theVersion);
+    app.footer(theExitStatuses + theExamples);
+    app.require_subcommand(1);
+    app.get_formatter()->column_width(26);
+    std::function<int()> command;
+    const auto choose = [&](std::function<int()> chosen) { command = std::move(chosen); };
+    addMerge(app, choose);
+    addShow(app, choose);
+    addCheck(app, choose);
+    addVerbosity(app);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        return answer(app, error);
+    }
+    return runChosen(command);
+}
+
+}  // namespace RtiqnFom

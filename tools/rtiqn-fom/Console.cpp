@@ -1,0 +1,60 @@
+#include "Console.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <system_error>
+#include <unistd.h>
+
+#include "Errors.h"
+#include "Print.h"
+
+namespace RtiqnFom {
+
+namespace {
+
+constexpr std::uintmax_t theLargeInput_bytes = 8 * 1024 * 1024;
+/// Goes to the start of the line and clears it.
+constexpr const char* theClearLine = "\r\033[K";
+
+std::uintmax_t totalSize(const std::vector<std::string>& paths) {
+    std::uintmax_t total = 0;
+    for (const std::string& path : paths) {
+        std::error_code error;
+        const std::uintmax_t size = std::filesystem::file_size(path, error);
+        total += error ? 0 : size;
+    }
+    return total;
+}
+
+}  // namespace
+
+void writeStandardOutput(const std::string& text) {
+    const bool written = std::fwrite(text.data(), 1, text.size(), stdout) == text.size();
+    if (!written || std::fflush(stdout) != 0)
+        throw FileError(std::string("cannot write to standard output: ") + std::strerror(errno));
+}
+
+void printError(const std::string& text) {
+    std::fprintf(stderr, "rtiqn-fom: %s\n", text.c_str());
+}
+
+Progress::Progress(const std::vector<std::string>& paths)
+    : shown_(OrynRti::DtInfo.okToPrint() && isatty(STDERR_FILENO) == 1 &&
+             totalSize(paths) >= theLargeInput_bytes),
+      count_(paths.size()) {}
+
+Progress::~Progress() {
+    if (shown_)
+        std::fputs(theClearLine, stderr);
+}
+
+void Progress::reading(const std::string& path) {
+    ++current_;
+    if (shown_)
+        std::fprintf(stderr, "%sreading %zu of %zu: %s", theClearLine, current_, count_,
+                     path.c_str());
+}
+
+}  // namespace RtiqnFom

@@ -1,0 +1,94 @@
+#include "MergeCommand.h"
+
+#include <algorithm>
+#include <iostream>
+#include <sstream>
+
+#include "Console.h"
+#include "Federation.h"
+#include "JsonReport.h"
+#include "ModuleReading.h"
+#include "OmtWriter.h"
+#include "Print.h"
+#include "Report.h"
+#include "WholeFile.h"
+
+namespace RtiqnFom {
+
+namespace {
+
+std::vector<std::string> pathsOf(const MergeOptions& options) {
+    std::vector<std::string> paths;
+    if (!options.mim.empty())
+        paths.push_back(options.mim);
+    paths.insert(paths.end(), options.modules.begin(), options.modules.end());
+    paths.insert(paths.end(), options.joining.begin(), options.joining.end());
+    return paths;
+}
+
+/// The highest edition of all modules, before the first is merged.
+MergeRules rulesOf(const MergeOptions& options, const std::vector<LoadedModule>& modules) {
+    MergeRules rules;
+    rules.strict = !options.lenient;
+    rules.tables = options.tables;
+    for (const LoadedModule& module : modules)
+        rules.edition = std::max(rules.edition, module.target.fomType());
+    return rules;
+}
+
+std::string documentOf(const FomTarget& target) {
+    std::ostringstream document;
+    writeModule(target, document);
+    return document.str();
+}
+
+void writeOutput(const MergeOptions& options, const Federation& federation) {
+    if (options.output.empty() || options.dryRun)
+        return;
+    if (!federation.succeeded()) {
+        if (options.output != "-")
+            printError(options.output + " is not written, since the merge failed");
+        return;
+    }
+    if (options.output == "-")
+        writeStandardOutput(documentOf(federation.target()));
+    else
+        writeWholeFile(options.output,
+                       [&](std::ostream& out) { writeModule(federation.target(), out); });
+}
+
+/// On standard error when the document goes to standard output.
+void writeReport(const MergeOptions& options, const Federation& federation) {
+    std::ostringstream report;
+    if (options.json) {
+        printJsonReport(federation, report);
+    } else {
+        for (const std::string& warning : federation.warnings())
+            OrynRti::DtWarn << "warning: " << warning << std::endl;
+        printReport(federation, report);
+    }
+    if (options.output == "-" && !options.dryRun)
+        std::cerr << report.str();
+    else
+        writeStandardOutput(report.str());
+}
+
+}  // namespace
+
+int runMerge(const MergeOptions& options) {
+    std::vector<LoadedModule> modules;
+    const int status = readModules(
+        pathsOf(options), [&](LoadedModule module) { modules.push_back(std::move(module)); });
+    if (status != theSuccess)
+        return status;
+    Federation federation(rulesOf(options, modules));
+    const std::size_t creating = modules.size() - options.joining.size();
+    for (std::size_t i = 0; i < modules.size(); ++i)
+        federation.merge(modules[i], i < creating);
+    federation.check();
+    writeReport(options, federation);
+    writeOutput(options, federation);
+    return federation.succeeded() ? theSuccess : theFailure;
+}
+
+}  // namespace RtiqnFom

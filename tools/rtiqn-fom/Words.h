@@ -1,0 +1,24 @@
+#ifndef RTIQN_FOM_WORDS_H
+#define RTIQN_FOM_WORDS_H
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+#include "String.h"
+
+namespace RtiqnFom {
+
+/// Small text helpers of the merge and the reports.
+
+std::string joined(const std::vector<std::string>& words, const std::string& separator);
+
+/// A library text as a standard one; a cleared one is empty.
+std::string textOf(const OrynRti::DtString& text);
+
+/// `count` and what is counted, e.g. "1 conflict", "3 conflicts".
+std::string counted(std::size_t count, const std::string& what);
+
+}  // namespace RtiqnFom
+
+#endif
