@@ -1,7 +1,6 @@
 // Messages go to standard output and, with the time of day, to a file.
 #include <rtiqnutil/Print.h>
 #include <rtiqnutil/String.h>
-
 #include <vector>
 
 using namespace OrynRti;
