@@ -1,7 +1,6 @@
 // The cost of merging one table into another of the same size must grow with the rows alone; the
 // limit is the union of the bare sets.
 #include <benchmark/benchmark.h>
-
 #include <string>
 
 #include "FomMerge.h"

@@ -2,10 +2,9 @@
 // for each piece; and what a disabled line costs.
 #include <benchmark/benchmark.h>
 #include <fcntl.h>
-#include <unistd.h>
-
 #include <ostream>
 #include <streambuf>
+#include <unistd.h>
 
 #include "Mutex.h"
 #include "Print.h"
