@@ -42,7 +42,8 @@ void warnOfEscape(const char* from, const DtException& escaped) {
 /// cancelled thread passes: the system ends the process when it is stopped. It is no C++ object,
 /// and the reference that catches it is null, which must not be held against it.
 template <class Function>
-__attribute__((no_sanitize("null"))) void callGuarded(const char* from, Function function) {
+__attribute__((noinline, no_sanitize("null"))) void callGuarded(const char* from,
+                                                                Function function) {
     try {
         function();
     } catch (const abi::__forced_unwind&) {
