@@ -1,0 +1,69 @@
+#ifndef RTIQNUTIL_SRC_NET_DATAGRAMCOUNTERS_H
+#define RTIQNUTIL_SRC_NET_DATAGRAMCOUNTERS_H
+
+#include <atomic>
+#include <cstdint>
+
+#include "InetUdpSocket.h"
+
+namespace OrynRti {
+
+/// What DtInetUdpSocket::Counters tells, while it is being counted by several threads.
+struct DatagramCounters {
+    using Counter = std::atomic<std::uint64_t>;
+
+    Counter datagramsOnWire{0};
+    Counter bytesOnWire{0};
+    Counter sendsRefused{0};
+    Counter asyncSendsFailed{0};
+    Counter portUnreachable{0};
+    Counter kernelDrops{0};
+    Counter receiveQueueDrops{0};
+    Counter truncatedDatagrams{0};
+    Counter emptyDatagrams{0};
+
+    static void add(Counter& counter, std::uint64_t amount = 1) {
+        counter.fetch_add(amount, std::memory_order_relaxed);
+    }
+
+    void countOnWire(std::uint64_t datagrams, std::uint64_t bytes) {
+        add(datagramsOnWire, datagrams);
+        add(bytesOnWire, bytes);
+    }
+
+    /// Takes the kernel's own count for the open descriptor, which wraps around; 0 says nothing.
+    /// Threads may bring older counts after newer ones.
+    void noteKernelDrops(std::uint32_t count) {
+        if (count == 0)
+            return;
+        std::uint32_t known = kernelCount_.load(std::memory_order_relaxed);
+        do {
+            if (static_cast<std::int32_t>(count - known) <= 0)
+                return;
+        } while (!kernelCount_.compare_exchange_weak(known, count, std::memory_order_relaxed));
+        add(kernelDrops, count - known);
+    }
+
+    /// The kernel begins anew with each descriptor.
+    void forgetKernelCount() { kernelCount_ = 0; }
+
+    void clear() {
+        for (Counter* counter :
+             {&datagramsOnWire, &bytesOnWire, &sendsRefused, &asyncSendsFailed, &portUnreachable,
+              &kernelDrops, &receiveQueueDrops, &truncatedDatagrams, &emptyDatagrams})
+            counter->store(0, std::memory_order_relaxed);
+    }
+
+    DtInetUdpSocket::Counters snapshot() const {
+        return {datagramsOnWire,   bytesOnWire,        sendsRefused,
+                asyncSendsFailed,  portUnreachable,    kernelDrops,
+                receiveQueueDrops, truncatedDatagrams, emptyDatagrams};
+    }
+
+private:
+    std::atomic<std::uint32_t> kernelCount_{0};
+};
+
+}  // namespace OrynRti
+
+#endif

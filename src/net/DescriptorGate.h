@@ -1,0 +1,83 @@
+#ifndef RTIQNUTIL_SRC_NET_DESCRIPTORGATE_H
+#define RTIQNUTIL_SRC_NET_DESCRIPTORGATE_H
+
+#include <atomic>
+#include <condition_variable>
+#include <cstdint>
+#include <mutex>
+#include <utility>
+
+#include "net/SystemCall.h"
+
+namespace OrynRti {
+
+/// Lets many threads use a descriptor while one may close it: closing first turns new users
+/// away, then waits for those inside to leave, so that nobody ever uses a number that means
+/// another file by now.
+///
+///     const DescriptorGate::Use use(gate);
+///     if (use.descriptor() < 0) return closed();
+///     recvmsg(use.descriptor(), ...);
+class DescriptorGate {
+public:
+    class Use {
+    public:
+        explicit Use(DescriptorGate& gate) : gate_(gate), descriptor_(gate.enter()) {}
+        Use(const Use&) = delete;
+        Use& operator=(const Use&) = delete;
+        ~Use() { gate_.leave(); }
+
+        /// -1 when closed.
+        int descriptor() const { return descriptor_; }
+
+    private:
+        DescriptorGate& gate_;
+        const int descriptor_;
+    };
+
+    /// While it is closed.
+    void open(Descriptor descriptor) {
+        held_ = std::move(descriptor);
+        descriptor_ = held_.number();
+    }
+
+    /// Turns new users away and returns the descriptor, still open; -1 when there is none.
+    int beginClose() { return descriptor_.exchange(-1); }
+
+    /// Waits until all users have left and hands the descriptor over. Whoever closes makes sure
+    /// that no user waits for ever.
+    Descriptor endClose() {
+        std::unique_lock<std::mutex> lock(mutex_);
+        left_.wait(lock, [this] { return users_ == 0; });
+        return std::move(held_);
+    }
+
+    /// -1 when closed.
+    int descriptor() const { return descriptor_; }
+
+private:
+    // One of two crossing threads sees the other: a user counts itself and then reads the
+    // descriptor, a closer takes the descriptor and then reads the count, in one total order.
+
+    int enter() {
+        users_.fetch_add(1);
+        return descriptor_.load();
+    }
+
+    void leave() {
+        if (users_.fetch_sub(1) != 1 || descriptor_.load() >= 0)
+            return;
+        const std::lock_guard<std::mutex> lock(mutex_);
+        left_.notify_all();
+    }
+
+    Descriptor held_;  // of whoever opens and closes
+    std::atomic<int> descriptor_{-1};
+    std::atomic<std::uint32_t> users_{0};
+    std::mutex mutex_;
+    std::condition_variable left_;
+};
+
+}  // namespace OrynRti
+
+#endif
