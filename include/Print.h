@@ -124,6 +124,8 @@ protected:
 
 private:
     void open(const char* name);
+    void put(const std::string& text);
+    void dropUnwritten();
     void roll();
 
     // The order of the members is fixed.

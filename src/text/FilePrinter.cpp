@@ -31,7 +31,8 @@ DtFilePrinter::DtFilePrinter(const char* name) {
 
 DtFilePrinter::~DtFilePrinter() = default;
 
-/// Past the formatting layer of the stream, whose state would have to be cleared after a failure.
+/// Through the buffer of the file, which writes a piece by one plain write() when it is
+/// synchronised; past the formatting layer, whose state would have to be cleared after a failure.
 void DtFilePrinter::write(const std::string& text, int, bool endOfLine) {
     const DtScopedLock lock(mutex_, true);
     if (!file_.is_open())
@@ -40,9 +41,11 @@ void DtFilePrinter::write(const std::string& text, int, bool endOfLine) {
     const time_t now = rollingInterval_s_ != 0 || stamped ? currentTime() : 0;
     if (rollingInterval_s_ != 0 && std::difftime(now, openTime_) > rollingInterval_s_)
         roll();
-    const std::string line = stamped ? timestamp(now) + text : std::string();
-    const std::string& piece = stamped ? line : text;
-    file_.rdbuf()->sputn(piece.data(), static_cast<std::streamsize>(piece.size()));
+    if (stamped)
+        put(timestamp(now));
+    put(text);
+    if (file_.rdbuf()->pubsync() != 0)
+        dropUnwritten();
 }
 
 void DtFilePrinter::setPrintTimestamps(bool print) {
@@ -81,12 +84,20 @@ time_t DtFilePrinter::currentTime() {
     return std::time(nullptr);
 }
 
-/// Without a buffer, a piece is one system call, and what a full disk had no room for is not
-/// written again, in part or twice, when there is room.
+void DtFilePrinter::put(const std::string& text) {
+    file_.rdbuf()->sputn(text.data(), static_cast<std::streamsize>(text.size()));
+}
+
+/// What found no room on a full disk would stay in the buffer and be written again, in part or
+/// twice, before any later text. Only closing the file makes the buffer forget it.
+void DtFilePrinter::dropUnwritten() {
+    file_.close();
+    file_.open(fileName_, std::ios_base::out | std::ios_base::app);
+}
+
 void DtFilePrinter::open(const char* name) {
     if (file_.is_open())
         file_.close();
-    file_.rdbuf()->pubsetbuf(nullptr, 0);
     file_.open(name, std::ios_base::out | std::ios_base::trunc);
     openTime_ = currentTime();
 }
