@@ -1,187 +1,180 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <memory>
 #include <sstream>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "Conflicts.h"
 #include "Federation.h"
-#include "Report.h"
-#include "Words.h"
 #include "support/Notifications.h"
 #include "tools/ModuleFile.h"
 
 namespace RtiqnFom {
 namespace {
 
-using OrynRti::DtFomType;
-using OrynRti::DtString;
 using OrynRti::Tests::CapturedNotifications;
+using testing::AllOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
-using Tests::ModuleFile;
+using testing::Not;
 
-/// A module with these tables, read back from a file.
-LoadedModule module(const std::string& tables, const std::string& edition = "2010",
-                    const std::string& name = "Module") {
-    const ModuleFile file("<objectModel xmlns=\"http://standards.ieee.org/IEEE1516-" + edition +
-                          "\">\n<modelIdentification><name>" + name +
-                          "</name></modelIdentification>\n" + tables + "\n</objectModel>\n");
+constexpr OrynRti::DtFomType the2010 = OrynRti::DtFomTypeIeee1516_2010;
+constexpr OrynRti::DtFomType the2025 = OrynRti::DtFomTypeIeee1516_2025;
+
+/// A module whose tables begin on line 3, read back from a file.
+LoadedModule module(const std::string& tables, OrynRti::DtFomType edition = the2010) {
+    const std::string year = edition == the2025 ? "2025" : "2010";
+    const Tests::ModuleFile file("<objectModel xmlns='http://standards.ieee.org/IEEE1516-" + year +
+                                 "'>\n<modelIdentification><name>Module</name>"
+                                 "</modelIdentification>\n" +
+                                 tables + "</objectModel>");
     return loadModule(file.path());
 }
 
-std::string switches(const std::string& autoProvide) {
-    std::string text = "<switches><autoProvide isEnabled=\"" + autoProvide + "\"/>";
-    for (const char* name :
-         {"conveyRegionDesignatorSets", "conveyProducingFederate", "attributeScopeAdvisory",
-          "attributeRelevanceAdvisory", "objectClassRelevanceAdvisory",
-          "interactionRelevanceAdvisory", "serviceReporting", "exceptionReporting",
-          "delaySubscriptionEvaluation"})
-        text += std::string("<") + name + " isEnabled=\"false\"/>";
-    return text + "</switches>";
+/// A federation that merged modules with these tables, one behind the other.
+Federation merged(const std::vector<std::string>& modules, const MergeRules& rules = {the2010}) {
+    Federation federation(rules);
+    for (const std::string& tables : modules)
+        federation.merge(module(tables, rules.edition), true);
+    federation.check();
+    return federation;
 }
 
-std::string dataTypes(const std::string& tables) {
-    return "<dataTypes>" + tables + "</dataTypes>";
+std::string row(const std::string& table, const std::string& fields) {
+    return "<" + table + "><" + fields + "/></" + table + ">";
+}
+
+/// Every switch that the edition of 2010 asks for.
+std::string switches(const std::string& autoProvide) {
+    return "<switches autoProvide='" + autoProvide +
+           "' conveyRegionDesignatorSets='No' conveyProducingFederate='No' "
+           "attributeScopeAdvisory='No' attributeRelevanceAdvisory='No' "
+           "objectClassRelevanceAdvisory='No' interactionRelevanceAdvisory='No' "
+           "serviceReporting='No' exceptionReporting='No' delaySubscriptionEvaluation='No'/>";
 }
 
 std::string enumeration(const std::string& enumerators) {
-    std::string text = "<enumeratedData><name>Colour</name><representation>Byte</representation>";
+    std::string rows;
     std::istringstream words(enumerators);
     for (std::string name, value; words >> name >> value;)
-        text += "<enumerator><name>" + name + "</name><value>" + value + "</value></enumerator>";
-    return dataTypes("<enumeratedDataTypes>" + text + "</enumeratedData></enumeratedDataTypes>");
+        rows += "<enumerator name='" + name + "' values='" + value + "'/>";
+    return "<dataTypes><enumeratedDataTypes><enumeratedData name='Colour' representation='Byte'>" +
+           rows + "</enumeratedData></enumeratedDataTypes></dataTypes>";
 }
 
 std::string variant(const std::string& discriminant, const std::string& alternatives) {
-    std::string text = "<variantRecordData><name>Paint</name><discriminant>" + discriminant +
-                       "</discriminant><dataType>Colour</dataType>";
+    std::string rows;
     std::istringstream words(alternatives);
     for (std::string key, name, dataType; words >> key >> name >> dataType;)
-        text += "<alternative><enumerator>" + key + "</enumerator><name>" + name +
-                "</name><dataType>" + dataType + "</dataType></alternative>";
-    return dataTypes("<variantRecordDataTypes>" + text +
-                     "</variantRecordData></variantRecordDataTypes>");
+        rows += "<alternative enumerator='" + key + "' name='" + name + "' dataType='" + dataType +
+                "'/>";
+    return "<dataTypes><variantRecordDataTypes><variantRecordData name='Paint' discriminant='" +
+           discriminant + "' dataType='Colour'>" + rows +
+           "</variantRecordData></variantRecordDataTypes></dataTypes>";
 }
 
 std::string note(const std::string& text) {
     return "<notes><note><label>Note1</label><semantics>" + text + "</semantics></note></notes>";
 }
 
-std::string attributes(const std::string& className, const std::string& rows) {
-    return "<objects><objectClass><name>HLAobjectRoot</name><objectClass><name>" + className +
-           "</name>" + rows + "</objectClass></objectClass></objects>";
+std::string speed(const std::string& fields) {
+    return "<attribute name='Speed' " + fields + "/>";
 }
 
-std::string attribute(const std::string& fields) {
-    return "<attribute><name>Speed</name>" + fields + "</attribute>";
+std::string ship(const std::string& members, const std::string& fields = "") {
+    return "<objects><objectClass name='HLAobjectRoot'><objectClass name='Ship' " + fields + ">" +
+           members + "</objectClass></objectClass></objects>";
 }
 
-std::string interaction(const std::string& fields) {
-    return "<interactions><interactionClass><name>HLAinteractionRoot</name>" + fields +
-           "</interactionClass></interactions>";
+std::string interaction(const std::string& fields, const std::string& parameters = "") {
+    return "<interactions><interactionClass name='HLAinteractionRoot' " + fields + ">" +
+           parameters + "</interactionClass></interactions>";
 }
 
 /// Modules that disagree with one another in every table, or agree in part.
 std::vector<std::string> variety() {
-    const auto rate = [](const char* value) {
-        return "<updateRates><updateRate><name>Low</name><rate>" + std::string(value) +
-               "</rate></updateRate></updateRates>";
-    };
-    const auto transport = [](const char* reliable, const char* semantics) {
-        return "<transportations><transportation><name>Fast</name><reliable>" +
-               std::string(reliable) + "</reliable><semantics>" + semantics +
-               "</semantics></transportation></transportations>";
-    };
-    const auto tag = [](const char* dataType) {
-        return "<tags><updateReflectTag><dataType>" + std::string(dataType) +
-               "</dataType></updateReflectTag></tags>";
-    };
-    const auto point = [](const char* dataType, const char* capability) {
-        return "<synchronizations><synchronizationPoint><label>Start</label><dataType>" +
-               std::string(dataType) + "</dataType><capability>" + capability +
-               "</capability></synchronizationPoint></synchronizations>";
-    };
-    const std::string stamp = "<timeStamp><dataType>Seconds</dataType></timeStamp>";
-    const auto resign = [](const char* action) {
-        return "<switches><automaticResignAction resignAction=\"" + std::string(action) +
-               "\"/></switches>";
-    };
-    const auto dimension = [](const char* bound) {
-        return "<dimensions><dimension><name>X</name><upperBound>" + std::string(bound) +
-               "</upperBound></dimension></dimensions>";
-    };
+    const std::string low = row("updateRates", "updateRate name='Low' rate='1'");
+    const std::string reliable = row("transportations", "transportation name='Fast' reliable='1'");
+    const std::string wide = row("dimensions", "dimension name='X' upperBound='20'");
     return {"",
-            rate("1"),
-            rate("2"),
-            rate("1") + transport("Yes", "a"),
-            transport("No", "a"),
-            transport("No", "b"),
-            tag("Text"),
-            tag("Id"),
-            point("Text", "Register"),
-            point("Text", "Achieve"),
-            point("Id", "Register"),
-            "<time>" + stamp + "</time>",
-            "<time>" + stamp + "<lookahead><dataType>Seconds</dataType></lookahead></time>",
-            "<time><lookahead><dataType>Minutes</dataType></lookahead></time>",
-            switches("true"),
-            switches("false"),
-            resign("NoAction") + rate("2"),
-            resign("DeleteObjects"),
+            low,
+            row("updateRates", "updateRate name='Low' rate='2'"),
+            row("transportations", "transportation name='Fast' reliable='0'"),
+            row("tags", "updateReflectTag dataType='Text'"),
+            row("tags", "updateReflectTag dataType='Id'"),
+            row("synchronizations", "synchronization label='S' dataType='T' capability='Register'"),
+            row("synchronizations", "synchronization label='S' dataType='I' capability='Register'"),
+            row("time", "timeStamp dataType='Seconds'"),
+            row("time", "timeStamp dataType='Seconds'/><lookahead dataType='Seconds'"),
+            row("time", "lookahead dataType='Minutes'"),
+            switches("Yes"),
+            switches("No"),
+            "<switches automaticResignAction='NoAction'/>" + low,
+            "<switches automaticResignAction='DeleteObjects'/>",
             note("one  text"),
             note("one\ntext"),
-            note("another"),
             enumeration("Red 1 Blue 2"),
-            enumeration("Red 1 Green 3"),
-            enumeration("Red 7"),
+            enumeration("Red 7 Green 3"),
             variant("Kind", "Red Shade Int"),
-            variant("Kind", "Red Shade Float Blue Depth Int"),
-            variant("Sort", "Blue Depth Int"),
-            dimension("10"),
-            dimension("20") + note("another"),
-            attributes("Ship", attribute("<dataType>Float</dataType>")),
-            attributes("Ship", attribute("<dataType>Int</dataType>")) + dimension("20"),
-            attributes("Ship", "<sharing>Publish</sharing>"),
-            attributes("Ship", "<sharing>Neither</sharing>"),
-            "<objects><objectClass><name>HLAobjectRoot</name>" + attribute("") +
-                "</objectClass></objects>",
-            interaction("<order>Receive</order>"),
-            interaction("<order>TimeStamp</order>") + transport("Yes", "a"),
-            interaction("<parameter><name>P</name><dataType>Int</dataType></parameter>"),
-            interaction("<parameter><name>P</name><dataType>Float</dataType></parameter>")};
+            variant("Sort", "Red Shade Float Blue Depth Int"),
+            row("dimensions", "dimension name='X' upperBound='10'"),
+            ship(speed("dataType='Float'")),
+            ship(speed("dataType='Int'")) + wide + note("another"),
+            ship("", "sharing='Publish'"),
+            ship("", "sharing='Neither'"),
+            "<objects><objectClass name='HLAobjectRoot'>" + speed("") + "</objectClass></objects>",
+            interaction("order='Receive'"),
+            interaction("order='TimeStamp'") + reliable,
+            interaction("", "<parameter name='P' dataType='Int'/>"),
+            interaction("", "<parameter name='P' dataType='Float'/>")};
 }
 
-FomTarget federationOf(DtFomType edition, bool strict) {
-    FomTarget target;
-    target.setFomType(edition);
-    target.setStrictChecking(strict);
-    return target;
-}
-
+/// Status, row, field, values and lines of each conflict.
 std::vector<std::string> texts(const std::vector<Conflict>& conflicts) {
+    const auto text = [](const Statement& statement) {
+        return statement.value + "@" + std::to_string(statement.place.line);
+    };
     std::vector<std::string> all;
     for (const Conflict& conflict : conflicts)
         all.push_back(std::to_string(conflict.status) + " " + conflict.row + " " + conflict.field +
-                      ": " + conflict.held.value + ", " + conflict.incoming.value);
+                      ": " + text(conflict.held) + ", " + text(conflict.incoming));
     return all;
 }
 
 /// What a federation of these two modules has to say of the second.
 std::vector<std::string> conflictsBetween(const std::string& first, const std::string& second,
-                                          const std::string& edition = "2010") {
-    const LoadedModule held = module(first, edition);
-    const LoadedModule incoming = module(second, edition);
-    Federation federation({held.target.fomType()});
-    federation.merge(held, true);
-    federation.merge(incoming, true);
-    return texts(federation.modules().back().conflicts);
+                                          OrynRti::DtFomType edition = the2010) {
+    return texts(merged({first, second}, {edition}).modules().back().conflicts);
 }
 
 // -------------------------------------------------------------------------------------------------
+
+/// Merges every two modules of the variety both ways; how many the strict merge refused.
+int compareWithMerges(const std::vector<LoadedModule>& modules, OrynRti::DtFomType edition,
+                      bool strict, bool creates) {
+    int refused = 0;
+    for (std::size_t first = 0; first < modules.size(); ++first) {
+        FomTarget held;
+        held.setFomType(edition);
+        held.setStrictChecking(strict);
+        held.mergeTarget(modules[first].target, true);
+        for (std::size_t second = 0; second < modules.size(); ++second) {
+            SCOPED_TRACE(testing::Message() << edition << " strict " << strict << " creates "
+                                            << creates << ": " << first << ", " << second);
+            const auto conflicts = findConflicts(held, modules[second].target, creates);
+            FomTarget candidate = held;
+            const auto status = candidate.mergeTarget(modules[second].target, creates);
+            const bool success = status == OrynRti::DtMergeFomSuccess;
+            EXPECT_EQ(success, !refuses(conflicts, strict));
+            if (!success && strict && !conflicts.empty()) {
+                EXPECT_EQ(status, conflicts.front().status);
+                ++refused;
+            }
+        }
+    }
+    return refused;
+}
 
 TEST(Conflicts, AreFoundExactlyWhenTheMergeRefusesTheModule) {
     const CapturedNotifications said;
@@ -189,92 +182,50 @@ TEST(Conflicts, AreFoundExactlyWhenTheMergeRefusesTheModule) {
     for (const std::string& tables : variety())
         modules.push_back(module(tables));
     int refused = 0;
-    for (const DtFomType edition :
-         {OrynRti::DtFomTypeIeee1516_2000, OrynRti::DtFomTypeIeee1516_2010,
-          OrynRti::DtFomTypeIeee1516_2025}) {
-        for (int mode = 0; mode < 4; ++mode) {
-            const bool strict = (mode & 1) != 0;
-            const bool creates = (mode & 2) != 0;
-            for (std::size_t first = 0; first < modules.size(); ++first) {
-                FomTarget held = federationOf(edition, strict);
-                held.mergeTarget(modules[first].target, true);
-                for (std::size_t second = 0; second < modules.size(); ++second) {
-                    SCOPED_TRACE(testing::Message()
-                                 << edition << " " << mode << " " << first << " " << second);
-                    const auto conflicts = findConflicts(held, modules[second].target, creates);
-                    FomTarget candidate = held;
-                    const auto status = candidate.mergeTarget(modules[second].target, creates);
-                    const bool success = status == OrynRti::DtMergeFomSuccess;
-                    EXPECT_EQ(success, !refuses(conflicts, strict));
-                    if (!success && strict) {
-                        EXPECT_EQ(status, conflicts.front().status);
-                        ++refused;
-                    }
-                }
-            }
-        }
-    }
+    for (const auto edition : {OrynRti::DtFomTypeIeee1516_2000, the2010, the2025})
+        for (const bool strict : {false, true})
+            for (const bool creates : {false, true})
+                refused += compareWithMerges(modules, edition, strict, creates);
     EXPECT_GT(refused, 100) << "the modules disagree often enough to compare";
 }
 
 TEST(Conflicts, NameTheFieldAndBothValuesInTheOrderOfTheMerge) {
     const std::string first =
-        switches("true") + note("one") +
-        "<updateRates><updateRate><name>A</name><rate>1</rate></updateRate>"
-        "<updateRate><name>B</name><rate>0.5</rate></updateRate></updateRates>"
-        "<time><timeStamp><dataType>Seconds</dataType></timeStamp></time>";
-    const std::string second = note("two") +
-                               "<updateRates><updateRate><name>A</name><rate>1</rate>"
-                               "<semantics>odd</semantics></updateRate>"
-                               "<updateRate><name>B</name><rate>2</rate></updateRate></updateRates>"
-                               "<time><lookahead><dataType>Seconds</dataType></lookahead></time>" +
-                               switches("false");
-    EXPECT_THAT(conflictsBetween(first, second),
-                ElementsAre("9 lookahead dataType: , Seconds", "9 timeStamp dataType: Seconds, ",
-                            "1 autoProvide value: enabled, disabled", "4 A semantics: , odd",
-                            "4 B rate: 0.5, 2", "8 Note1 semantics: one, two"));
-}
-
-TEST(Conflicts, HavePlacesInBothModules) {
-    const LoadedModule held = module(
-        "\n<updateRates><updateRate><name>A</name><rate>1</rate>"
-        "</updateRate></updateRates>");
-    const LoadedModule incoming = module(
-        "<updateRates>\n\n<updateRate><name>A</name>"
-        "<rate>2</rate></updateRate></updateRates>");
-    FomTarget target = federationOf(OrynRti::DtFomTypeIeee1516_2010, true);
-    target.mergeTarget(held.target, true);
-    const auto conflicts = findConflicts(target, incoming.target, true);
-    ASSERT_EQ(conflicts.size(), 1u);
-    EXPECT_EQ(conflicts[0].held.place.text(), held.target.path() + ":4:14");
-    EXPECT_EQ(conflicts[0].incoming.place.text(), incoming.target.path() + ":5:1");
+        switches("Yes") + note("one") + row("time", "timeStamp dataType='Seconds'") + "\n" +
+        row("updateRates", "updateRate name='A' rate='1'/><updateRate name='B' rate='0.5'");
+    const std::string second =
+        note("two") + row("time", "lookahead dataType='Seconds'") + switches("No") +
+        row("updateRates",
+            "updateRate name='A' rate='1' semantics='odd'/><updateRate name='B' rate='2'");
+    EXPECT_THAT(
+        conflictsBetween(first, second),
+        ElementsAre("9 lookahead dataType: @0, Seconds@3", "9 timeStamp dataType: Seconds@3, @0",
+                    "1 autoProvide value: enabled@3, disabled@3", "4 A semantics: @4, odd@3",
+                    "4 B rate: 0.5@4, 2@3", "8 Note1 semantics: one@3, two@3"));
 }
 
 TEST(Conflicts, AJoiningModuleIsHeldAgainstTheValuesInForce) {
-    Federation federation({OrynRti::DtFomTypeIeee1516_2010});
+    Federation federation({the2010});
     federation.merge(module(""), true);
-    federation.merge(module(switches("true")), false);
-    ASSERT_THAT(texts(federation.modules()[1].conflicts),
-                ElementsAre("1 autoProvide value: disabled, enabled"));
-    EXPECT_EQ(federation.modules()[1].conflicts[0].held.place.file, nullptr)
-        << "no module states the held value";
+    federation.merge(module(switches("Yes")), false);
+    EXPECT_THAT(texts(federation.modules()[1].conflicts),
+                ElementsAre("1 autoProvide value: disabled@0, enabled@3"));
 }
 
 TEST(Conflicts, EnumerationsAndVariantsAreUnitedInTheEditionOf2025Only) {
-    EXPECT_THAT(conflictsBetween(enumeration("Red 1 Blue 2"), enumeration("Red 5 Blue 2"), "2025"),
-                ElementsAre("12 Colour enumerator Red: 1, 5"));
+    EXPECT_THAT(conflictsBetween(enumeration("Red 1 Blue 2"), enumeration("Red 5 Blue 2"), the2025),
+                ElementsAre("12 Colour enumerator Red: 1@3, 5@3"));
     EXPECT_THAT(conflictsBetween(variant("Kind", "Red Shade Int Blue Depth Int"),
-                                 variant("Sort", "Red Shade Float Blue Well Int"), "2025"),
-                ElementsAre("15 Paint discriminant: Kind, Sort",
-                            "15 Paint alternative Red dataType: Int, Float",
-                            "15 Paint alternative Blue name: Depth, Well"));
-    EXPECT_THAT(conflictsBetween(enumeration("Red 1"), enumeration("Red 5"), "2010"), IsEmpty());
+                                 variant("Sort", "Red Shade Float Blue Well Int"), the2025),
+                ElementsAre("15 Paint discriminant: Kind@3, Sort@3",
+                            "15 Paint alternative Red dataType: Int@3, Float@3",
+                            "15 Paint alternative Blue name: Depth@3, Well@3"));
+    EXPECT_THAT(conflictsBetween(enumeration("Red 1"), enumeration("Red 5")), IsEmpty());
 
-    Federation federation({OrynRti::DtFomTypeIeee1516_2025});
-    federation.merge(module(enumeration("Red 1 Blue 2"), "2025"), true);
-    federation.merge(module(enumeration("Green 3 Red 1"), "2025"), true);
-    federation.merge(module(variant("Kind", "Red Shade Int"), "2025"), true);
-    federation.merge(module(variant("Kind", "Blue Depth Int"), "2025"), true);
+    const Federation federation =
+        merged({enumeration("Red 1 Blue 2"), enumeration("Green 3 Red 1"),
+                variant("Kind", "Red Shade Int"), variant("Kind", "Blue Depth Int")},
+               {the2025});
     const auto& colour = **federation.target().enumeratedDataTypes().begin();
     ASSERT_EQ(colour.enumerators.size(), 3u);
     EXPECT_EQ(colour.enumerators[2].name, "Green");
@@ -284,19 +235,14 @@ TEST(Conflicts, EnumerationsAndVariantsAreUnitedInTheEditionOf2025Only) {
 // -------------------------------------------------------------------------------------------------
 
 TEST(Federation, ARefusedModuleLeavesNothingBehindAndTheNextIsMerged) {
-    Federation federation({OrynRti::DtFomTypeIeee1516_2010});
-    federation.merge(module(note("one") + switches("true")), true);
-    federation.merge(module(note("two") + enumeration("Red 1") +
-                            attributes("Ship", attribute("<dataType>Float</dataType>"))),
-                     true);
-    federation.merge(module(attributes("Dock", "")), true);
-    federation.check();
-
-    EXPECT_FALSE(federation.modules()[1].merged());
+    const std::string dock = row("interactions", "interactionClass name='HLAinteractionRoot'");
+    const Federation federation =
+        merged({note("one") + switches("Yes"),
+                note("two") + enumeration("Red 1") + ship(speed("dataType='Float'")), dock});
     EXPECT_EQ(federation.modules()[1].status, 8);
     EXPECT_EQ(federation.modules()[1].brought[Count::attributes], 0u);
     EXPECT_EQ(federation.modules()[1].rows[Count::attributes], 1u);
-    EXPECT_TRUE(federation.target().knownObjectClass("HLAobjectRoot.Dock"));
+    EXPECT_TRUE(federation.target().knownInteractionClass("HLAinteractionRoot"));
     EXPECT_FALSE(federation.target().knownObjectClass("HLAobjectRoot.Ship"));
     EXPECT_EQ(federation.target().enumeratedDataTypes().size(), 0u);
     EXPECT_TRUE(federation.checkResult().passed());
@@ -304,10 +250,9 @@ TEST(Federation, ARefusedModuleLeavesNothingBehindAndTheNextIsMerged) {
 }
 
 TEST(Federation, BroughtRowsAddUpToTheTotals) {
-    Federation federation({OrynRti::DtFomTypeIeee1516_2010});
-    for (const char* name : {"HarbourBase.xml", "HarbourCargo.xml", "HarbourDatatypes.xml",
-                             "HarbourNetwork.xml", "HarbourSwitches.xml", "HarbourTraffic.xml"})
-        federation.merge(loadModule(Tests::samplePath(name)), true);
+    Federation federation({the2010});
+    for (const std::string& path : Tests::harbourPaths())
+        federation.merge(loadModule(path), true);
     federation.check();
     EXPECT_TRUE(federation.succeeded());
     EXPECT_THAT(federation.warnings(), IsEmpty());
@@ -320,18 +265,17 @@ TEST(Federation, BroughtRowsAddUpToTheTotals) {
         EXPECT_EQ(sum, totals[count]) << keyOf(count);
     }
     EXPECT_EQ(totals[Count::switches], 11u) << "with the resign action";
+    EXPECT_EQ(federation.target().modelIdentification(),
+              "HarbourBase + HarbourCargo + HarbourDatatypes + HarbourNetwork + HarbourSwitches + "
+              "HarbourTraffic");
 }
 
 TEST(Federation, LenientCheckingIgnoresConflictsOfTheLibrarysTablesOnly) {
     const CapturedNotifications said;
-    Federation federation({OrynRti::DtFomTypeIeee1516_2025, false});
-    federation.merge(module(switches("true") + enumeration("Red 1") +
-                                attributes("Ship", attribute("<order>Receive</order>")),
-                            "2025"),
-                     true);
-    federation.merge(module(switches("false") + enumeration("Red 2 Blue 3"), "2025"), true);
-    federation.merge(module(attributes("Ship", attribute("<order>TimeStamp</order>")), "2025"),
-                     true);
+    const Federation federation =
+        merged({switches("Yes") + enumeration("Red 1") + ship(speed("order='Receive'")),
+                switches("No") + enumeration("Red 2 Blue 3"), ship(speed("order='TimeStamp'"))},
+               {the2025, false});
     EXPECT_TRUE(federation.modules()[1].merged());
     EXPECT_FALSE(federation.modules()[2].merged());
     ASSERT_GE(federation.warnings().size(), 2u);
@@ -342,160 +286,67 @@ TEST(Federation, LenientCheckingIgnoresConflictsOfTheLibrarysTablesOnly) {
 }
 
 TEST(Federation, NotesThatDifferInWhiteSpaceKeepTheHeldText) {
-    Federation federation({OrynRti::DtFomTypeIeee1516_2010});
-    federation.merge(module(note("one  text")), true);
-    federation.merge(module(note(" one\n text ")), true);
+    const Federation federation = merged({note("one  text"), note(" one\n text ")});
     EXPECT_TRUE(federation.modules()[1].merged());
     EXPECT_EQ((*federation.target().notes().begin())->semantics, "one  text");
 }
 
 TEST(Federation, LeftOutTablesAreNeitherMergedNorChecked) {
-    MergeRules rules{OrynRti::DtFomTypeIeee1516_2010};
-    rules.tables = OrynRti::DtMergeFomTableObjectClass;
-    Federation federation(rules);
-    federation.merge(module(switches("true") + note("one") +
-                            attributes("Ship", attribute("<transportation>Nowhere</transportation>"
-                                                         "<dataType>Nothing</dataType>"))),
-                     true);
-    federation.merge(module(note("two")), true);
-    federation.check();
+    const std::string used = ship(speed("transportation='Nowhere' dataType='Nothing'"));
+    const Federation federation = merged({switches("Yes") + note("one") + used, note("two")},
+                                         {the2010, true, OrynRti::DtMergeFomTableObjectClass});
     EXPECT_TRUE(federation.succeeded()) << federation.checkResult().report;
     EXPECT_EQ(federation.target().numNotes(), 0u);
     EXPECT_EQ(federation.checkResult().skippedTables.size(), 18u);
     EXPECT_THAT(federation.warnings(), IsEmpty());
-}
 
-TEST(Federation, DirectedInteractionsFollowTheirOwnTable) {
-    const std::string tables =
-        attributes("Ship",
-                   "<directedInteraction><name>Dock</name><sharing>Publish</sharing>"
-                   "</directedInteraction>");
-    for (const bool enabled : {true, false}) {
-        MergeRules rules{OrynRti::DtFomTypeIeee1516_2025};
-        if (!enabled)
-            rules.tables &= ~std::uint64_t{OrynRti::DtMergeFomTableDirectedInteraction};
-        Federation federation(rules);
-        federation.merge(module(tables, "2025"), true);
-        EXPECT_EQ(countsOf(federation.target())[Count::directedInteractions], enabled ? 1u : 0u);
+    const std::string directed = ship("<directedInteraction name='Dock' sharing='Publish'/>");
+    for (const std::uint64_t without :
+         {std::uint64_t{0}, std::uint64_t{OrynRti::DtMergeFomTableDirectedInteraction}}) {
+        const MergeRules rules{the2025, true, OrynRti::DtMergeFomAllTables & ~without};
+        EXPECT_EQ(countsOf(merged({directed}, rules).target())[Count::directedInteractions],
+                  without ? 0u : 1u);
     }
 }
 
 // -------------------------------------------------------------------------------------------------
 
-TEST(FederationCheck, UnresolvedReferencesAreNamedWithTheirPlaceUntilAModuleDefinesThem) {
-    const std::string uses =
-        switches("true") +
-        attributes("Ship", attribute("<transportation>Fast</transportation>"
-                                     "<dimensions><dimension>X</dimension></dimensions>")) +
-        interaction(
-            "<transportation>Slow</transportation>"
-            "<dimensions><dimension>HLAfederate</dimension></dimensions>");
-    const LoadedModule user = module(uses);
-    Federation federation({OrynRti::DtFomTypeIeee1516_2010});
-    federation.merge(user, true);
-    federation.check();
+TEST(FederationCheck, UnresolvedReferencesAreNamedWithTheirPlace) {
+    const Federation federation =
+        merged({switches("Yes") + ship(speed("transportation='Fast' dimensions='X'")) +
+                interaction("transportation='Slow' dimensions='HLAfederate'")});
     EXPECT_EQ(federation.checkResult().status, 20);
     EXPECT_THAT(federation.checkResult().report,
-                testing::AllOf(HasSubstr(user.target.path() + ":3:"),
-                               HasSubstr("dimension \"X\" of attribute HLAobjectRoot.Ship.Speed"),
-                               HasSubstr("transportation \"Fast\""),
-                               HasSubstr("\"Slow\" of interaction class HLAinteractionRoot"),
-                               testing::Not(HasSubstr("HLAfederate"))));
-
-    Federation whole({OrynRti::DtFomTypeIeee1516_2010});
-    whole.merge(user, true);
-    whole.merge(module("<transportations><transportation><name>Fast</name><reliable>Yes</reliable>"
-                       "</transportation><transportation><name>Slow</name><reliable>No</reliable>"
-                       "</transportation></transportations>"
-                       "<dimensions><dimension><name>X</name></dimension></dimensions>"),
-                true);
-    whole.check();
-    EXPECT_TRUE(whole.checkResult().passed()) << whole.checkResult().report;
+                AllOf(HasSubstr(federation.modules()[0].path + ":3:"),
+                      HasSubstr("dimension \"X\" of attribute HLAobjectRoot.Ship.Speed"),
+                      HasSubstr("transportation \"Fast\""),
+                      HasSubstr("\"Slow\" of interaction class HLAinteractionRoot"),
+                      Not(HasSubstr("HLAfederate"))));
 }
 
 TEST(FederationCheck, MissingSwitchesNameTheRemedy) {
-    Federation federation({OrynRti::DtFomTypeIeee1516_2010});
-    federation.merge(module(""), true);
-    federation.check();
+    const Federation federation = merged({""});
     EXPECT_EQ(federation.checkResult().status, 3);
     EXPECT_THAT(federation.checkResult().report,
-                testing::AllOf(HasSubstr("autoProvide"), HasSubstr("Remedy")));
-
-    Federation later({OrynRti::DtFomTypeIeee1516_2025});
-    later.merge(module("", "2025"), true);
-    later.check();
-    EXPECT_TRUE(later.checkResult().passed());
+                AllOf(HasSubstr("autoProvide"), HasSubstr("Remedy")));
+    EXPECT_TRUE(merged({""}, {the2025}).checkResult().passed());
 }
 
 TEST(FederationWarnings, TellOfDroppedAndMissingDatatypesAndMovedRoots) {
-    const LoadedModule first = module(enumeration("Red 1"));
-    const LoadedModule second = module(enumeration("Red 2"));
-    const LoadedModule third =
-        module("<objects><objectClass><name>Ship</name>" + attribute("<dataType>Knots</dataType>") +
-               "</objectClass></objects>");
-    Federation federation({OrynRti::DtFomTypeIeee1516_2010});
-    federation.merge(first, true);
-    federation.merge(second, true);
-    federation.merge(third, true);
-    federation.check();
-    EXPECT_TRUE(federation.target().knownAttribute("HLAobjectRoot.Ship", "Speed"));
-    ASSERT_EQ(federation.warnings().size(), 4u);
-    EXPECT_THAT(federation.warnings()[0],
-                testing::AllOf(HasSubstr(first.target.path() + ":3:"),
-                               HasSubstr(second.target.path() + ":3:"), HasSubstr("enumerators")));
-    EXPECT_THAT(federation.warnings()[1], HasSubstr("\"Ship\" is no root"));
-    EXPECT_THAT(federation.warnings()[2], HasSubstr("\"Knots\" is not defined (1 use)"));
-    EXPECT_THAT(federation.warnings()[3], HasSubstr("\"Byte\" is not defined"));
-}
-
-// -------------------------------------------------------------------------------------------------
-
-TEST(FomTarget, ClassesAndTheirMembersAreAddedByName) {
-    FomTarget target;
-    EXPECT_TRUE(target.addObjectClass("Root.Ship"));
-    EXPECT_TRUE(target.knownObjectClass("Root")) << "the class above comes along";
-    EXPECT_FALSE(target.addObjectClass("Root.Ship"));
-    EXPECT_FALSE(target.addObjectClass(""));
-    EXPECT_TRUE(target.addAttribute("Root", "Name"));
-    EXPECT_TRUE(target.knownAttribute("Root.Ship", "Name")) << "it is inherited";
-    EXPECT_FALSE(target.addAttribute("Root.Ship", "Name"));
-    EXPECT_FALSE(target.knownAttribute("Root.Plane", "Name"));
-    EXPECT_FALSE(target.addAttribute("Root.Plane", "Speed"));
-    EXPECT_TRUE(target.addInteractionClass("Root.Fire"));
-    EXPECT_TRUE(target.addParameter("Root.Fire", "Target"));
-    EXPECT_FALSE(target.addParameter("Root.Fire", "Target"));
-    EXPECT_FALSE(target.knownParameter("Root", "Target"));
-}
-
-TEST(FomTarget, TheFirstIdentificationStandsWithoutAPlus) {
-    FomTarget target = federationOf(OrynRti::DtFomTypeIeee1516_2010, true);
-    target.mergeTarget(module("", "2010", "A").target, true);
-    target.mergeTarget(module("", "2010", "B").target, true);
-    EXPECT_EQ(target.modelIdentification(), "A + B");
-}
-
-TEST(Report, ItsTableIsAlignedAndNarrow) {
-    Federation federation({OrynRti::DtFomTypeIeee1516_2010});
-    for (const char* name :
-         {"HarbourBase.xml", "HarbourCargo.xml", "HarbourDatatypes.xml", "HarbourNetwork.xml",
-          "HarbourSwitches.xml", "HarbourTraffic.xml", "HarbourConflict.xml"})
-        federation.merge(loadModule(Tests::samplePath(name)), true);
-    federation.check();
-    std::ostringstream out;
-    printReport(federation, out);
-    const std::string table = out.str().substr(0, out.str().find("is refused"));
-    std::istringstream lines(table.substr(table.find("\n\n") + 2));
-    std::size_t headingWidth = 0;
-    for (std::string line; std::getline(lines, line) && !line.empty();) {
-        EXPECT_LE(line.size(), 100u);
-        if (line.find("module") == 0)
-            headingWidth = line.size();
-        if (line.find("Harbour") == 0 && line.find("Conflict") == std::string::npos) {
-            EXPECT_EQ(line.size(), headingWidth) << line;
-        }
-    }
-    EXPECT_NE(headingWidth, 0u);
-    EXPECT_THAT(out.str(), HasSubstr("6 of 7 modules merged, 1 refused with 4 conflicts"));
+    const Federation federation = merged(
+        {enumeration("Red 1"), enumeration("Red 2"),
+         "<objects><objectClass name='Ship'><objectClass name='Tug'/>" + speed("dataType='Knots'") +
+             "</objectClass><objectClass name='HLAobjectRoot'><objectClass name='Ship'>"
+             "<attribute name='Draught'/></objectClass></objectClass></objects>"});
+    EXPECT_TRUE(federation.target().knownAttribute("HLAobjectRoot.Ship.Tug", "Speed"));
+    EXPECT_TRUE(federation.target().knownAttribute("HLAobjectRoot.Ship.Tug", "Draught"));
+    EXPECT_THAT(
+        federation.warnings(),
+        ElementsAre(
+            AllOf(HasSubstr(federation.modules()[0].path + ":3:"),
+                  HasSubstr(federation.modules()[1].path + ":3:"), HasSubstr("enumerators")),
+            HasSubstr("\"Ship\" is no root"), HasSubstr("\"Knots\" is not defined (1 use)"),
+            HasSubstr("\"Byte\" is not defined")));
 }
 
 }  // namespace

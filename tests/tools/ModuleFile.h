@@ -8,7 +8,7 @@
 #include <stdexcept>
 #include <stdlib.h>
 #include <string>
-#include <utility>
+#include <vector>
 
 namespace RtiqnFom::Tests {
 
@@ -53,6 +53,14 @@ private:
 inline std::string samplePath(const std::string& name) {
     const auto project = std::filesystem::path(__FILE__).parent_path().parent_path().parent_path();
     return (project / "data" / "fom" / name).string();
+}
+
+/// The modules of the sample federation that merge without conflict.
+inline std::vector<std::string> harbourPaths() {
+    std::vector<std::string> paths;
+    for (const char* part : {"Base", "Cargo", "Datatypes", "Network", "Switches", "Traffic"})
+        paths.push_back(samplePath(std::string("Harbour") + part + ".xml"));
+    return paths;
 }
 
 /// What `action` says when it throws an `Error`, without the path that the text begins with; empty

@@ -1,6 +1,5 @@
 #include <gmock/gmock.h>
 #include <string>
-#include <vector>
 
 #include "Errors.h"
 #include "XmlTree.h"
@@ -9,7 +8,6 @@
 namespace RtiqnFom::Tests {
 namespace {
 
-using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::StartsWith;
 
@@ -18,25 +16,16 @@ std::string malformation(const std::string& text) {
     return errorOf<MalformedModule>(file.path(), [&] { XmlTree tree(file.path()); });
 }
 
-std::string position(const Place& place) {
-    return std::to_string(place.line) + ":" + std::to_string(place.column);
-}
-
-std::vector<std::string> childNames(const XmlTree& tree, XmlTree::Node node) {
-    std::vector<std::string> names;
-    for (const XmlTree::Node child : tree.children(node))
-        names.emplace_back(tree.name(child));
-    return names;
-}
-
 TEST(XmlTreeTest, NamesAreLocalAndChildrenStandInDocumentOrder) {
     const ModuleFile file(
         "<m:root xmlns:m='urn:x:2010' xmlns='urn:other' xmlns:name='urn:n'>"
         "<m:first m:kind='k'/><second><third/></second><!-- no child --><m:last/></m:root>");
     const XmlTree tree(file.path());
     EXPECT_EQ(tree.rootNamespace(), "urn:x:2010");
-    EXPECT_EQ(tree.name(tree.root()), "root");
-    EXPECT_THAT(childNames(tree, tree.root()), ElementsAre("first", "second", "last"));
+    std::string names(tree.name(tree.root()));
+    for (const XmlTree::Node child : tree.children(tree.root()))
+        names += " " + std::string(tree.name(child));
+    EXPECT_EQ(names, "root first second last");
     EXPECT_EQ(tree.attributes(tree.root()).size(), 0U) << "declarations are no attributes";
     const XmlTree::Attributes attributes = tree.attributes(*tree.children(tree.root()).begin());
     ASSERT_EQ(attributes.size(), 1U);
@@ -58,13 +47,13 @@ TEST(XmlTreeTest, ElementsAndAttributesKnowWhereTheyStand) {
         "<root>\n  <row one = '1'\r\n\t two='a > b\n\xC3\xA4' three=''/></root>");
     const XmlTree tree(file.path());
     const XmlTree::Node row = *tree.children(tree.root()).begin();
-    EXPECT_EQ(position(tree.place(row)), "4:3");
+    EXPECT_EQ(tree.place(row).text(), file.path() + ":4:3");
     const XmlTree::Attributes attributes = tree.attributes(row);
     ASSERT_EQ(attributes.size(), 3U);
-    EXPECT_EQ(position(attributes.place(0)), "4:8");
-    EXPECT_EQ(position(attributes.place(1)), "5:3");
-    EXPECT_EQ(position(attributes.place(2)), "6:4") << "a character of two bytes is one column";
-    EXPECT_EQ(attributes.place(2).text(), file.path() + ":6:4");
+    EXPECT_EQ(attributes.place(0).text(), file.path() + ":4:8");
+    EXPECT_EQ(attributes.place(1).text(), file.path() + ":5:3");
+    EXPECT_EQ(attributes.place(2).text(), file.path() + ":6:4")
+        << "a character of two bytes is one column";
 }
 
 TEST(XmlTreeTest, AttributesKnowWhereTheyStandWhereverThePieceEnds) {
@@ -87,12 +76,9 @@ TEST(XmlTreeTest, WhatIsNotWellFormedIsRefusedWithItsPlace) {
         const char* message;
     } cases[] = {
         {"", "1:1: this is not well-formed XML: no element found"},
-        {"plain text", "1:1: this is not well-formed XML"},
         {"<a>\n <b></a>", "2:7: this is not well-formed XML: mismatched tag"},
         {"<a>\n <b x='1' x='2'/></a>", "2:11: this is not well-formed XML: duplicate attribute"},
-        {"<a>&nbsp;</a>", "1:4: this is not well-formed XML: undefined entity"},
         {"<a>\xFF</a>", "1:4: this is not well-formed XML"},
-        {"<a/><b/>", "1:5: this is not well-formed XML: junk after document element"},
         {"<!DOCTYPE a [\n<!ENTITY e 'x'>]><a/>", "2:12: the entity \"e\" is declared"},
         {"<!DOCTYPE a [<!ENTITY e SYSTEM '/etc/passwd'>]><a>&e;</a>",
          "1:45: the entity \"e\" is declared"},
@@ -107,9 +93,7 @@ TEST(XmlTreeTest, DepthIsBounded) {
     const auto nested = [](std::size_t depth) {
         std::string text;
         for (std::size_t i = 0; i < depth; ++i)
-            text += "<a>";
-        for (std::size_t i = 0; i < depth; ++i)
-            text += "</a>";
+            text = "<a>" + text + "</a>";
         return text;
     };
     EXPECT_EQ(malformation(nested(XmlTree::theMaxDepth)), "");
