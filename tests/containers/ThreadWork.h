@@ -5,8 +5,9 @@
 #include <condition_variable>
 #include <functional>
 #include <mutex>
-#include <pthread.h>
+#include <thread>
 #include <utility>
+#include <vector>
 
 #include "Runnable.h"
 
@@ -20,7 +21,6 @@ public:
         open_ = true;
         opened_.notify_all();
     }
-
     void wait() {
         std::unique_lock<std::mutex> lock(mutex_);
         opened_.wait(lock, [this] { return open_; });
@@ -32,22 +32,31 @@ private:
     bool open_ = false;
 };
 
+/// Calls `work` with the numbers below `count`, each on a thread of its own, all at once.
+inline void runTogether(int count, const std::function<void(int)>& work) {
+    Gate go;
+    std::vector<std::thread> threads;
+    for (int number = 0; number < count; ++number)
+        threads.emplace_back([&, number] {
+            go.wait();
+            work(number);
+        });
+    go.open();
+    for (std::thread& thread : threads)
+        thread.join();
+}
+
 /// Does what it is given; without anything it waits until it is asked to stop.
 class Work : public DtRunnable {
 public:
     Work() : Work([](Work& work) { work.asked.wait(); }) {}
     explicit Work(std::function<void(Work&)> body) : body_(std::move(body)) {}
-    ~Work() override {
-        if (onDestruction)
-            onDestruction();
-    }
 
     int run() override {
-        ++begins;
         begun.open();
         body_(*this);
         ++ends;
-        return 7;
+        return 0;
     }
 
     void stop() override {
@@ -55,12 +64,8 @@ public:
         asked.open();
     }
 
-    Gate begun;
-    Gate asked;
-    std::atomic<int> begins{0};
-    std::atomic<int> ends{0};
-    std::atomic<int> stops{0};
-    std::function<void()> onDestruction;
+    Gate begun, asked;
+    std::atomic<int> ends{0}, stops{0};
 
 private:
     std::function<void(Work&)> body_;

@@ -1,3 +1,4 @@
+#include <future>
 #include <gtest/gtest.h>
 #include <memory>
 #include <string>
@@ -32,7 +33,6 @@ TEST(ThreadedObjectTest, ThrowsOnMisuse) {
     DtThreadedObject object;
     EXPECT_EQ("DtInvalidInput: Runnable pointer may not be null.",
               thrownBy<-1>([&] { object.start(); }));
-    EXPECT_FALSE(object.running());
     object.setRunnableObject(std::make_shared<Work>());
     EXPECT_EQ(theNotStarted, thrownBy<1002>([&] { object.stop(true); }));
     object.start();
@@ -41,60 +41,23 @@ TEST(ThreadedObjectTest, ThrowsOnMisuse) {
     EXPECT_EQ(theNotStarted, thrownBy<1002>([&] { object.stop(false); }));
 }
 
-TEST(ThreadedObjectTest, StartsAndStopsAgainAndAgain) {
-    DtThreadedObject object;
-    EXPECT_EQ(2, object.join());
-    for (int round = 0; round < 3; ++round) {
-        const auto work = std::make_shared<Work>();
-        object.setRunnableObject(work);
-        EXPECT_EQ(work, object.runnableObject());
-        object.start();
-        EXPECT_TRUE(object.running());
-        work->begun.wait();
-        object.stop(round != 1);
-        EXPECT_FALSE(object.running());
-        if (round == 1) {
-            EXPECT_EQ(0, object.join());
-            EXPECT_EQ(0, object.join());
-        }
-        EXPECT_EQ(1, work->ends);
-        EXPECT_EQ(1, work->stops);
-    }
-}
-
-TEST(ThreadedObjectTest, WaitsForTheWorkAfterAMereRequest) {
-    for (const bool byJoin : {true, false}) {
-        Gate mayEnd;
-        const auto work = std::make_shared<Work>([&](Work& self) {
-            self.asked.wait();
-            mayEnd.wait();
-        });
-        DtThreadedObject object(work);
-        object.start();
-        object.stop(false);
-        EXPECT_EQ(0, work->ends);
-        std::thread opener([&] { mayEnd.open(); });
-        if (byJoin) {
-            EXPECT_EQ(0, object.join());
-        } else {
-            object.stop(true);
-        }
-        EXPECT_EQ(1, work->ends);
-        opener.join();
-    }
-}
-
-TEST(ThreadedObjectTest, WorkMayAskWhetherItRunsWhileOthersWaitForIt) {
+TEST(ThreadedObjectTest, StartsAndStopsAgainAndAgainWhileTheWorkAsksWhetherItRuns) {
     DtThreadedObject object;
     const auto work = std::make_shared<Work>([&](Work&) {
         while (object.running())
             std::this_thread::yield();
     });
     object.setRunnableObject(work);
-    object.start();
-    work->begun.wait();
-    object.stop(true);
-    EXPECT_EQ(1, work->ends);
+    for (int round = 1; round < 4; ++round) {
+        object.start();
+        object.stop(round == 1);
+        EXPECT_FALSE(object.running());
+        if (round == 2)
+            object.stop(true);
+        EXPECT_EQ(round == 3 ? 0 : 2, object.join());
+        EXPECT_EQ(round, work->ends);
+        EXPECT_EQ(round, work->stops);
+    }
 }
 
 TEST(ThreadedObjectTest, OnlyAsksWhenItsOwnWorkStopsIt) {
@@ -109,125 +72,72 @@ TEST(ThreadedObjectTest, OnlyAsksWhenItsOwnWorkStopsIt) {
     object.start();
     EXPECT_EQ(0, object.join());
     EXPECT_FALSE(object.running());
-    EXPECT_EQ(1, work->stops);
 }
 
-//----------------------------------------------------------------------------------------------
-
-/// An object whose first work has been asked to stop but has not returned, and a second start
-/// that waits for it on another thread.
-class PendingStart : public testing::Test {
-protected:
-    PendingStart() {
-        object_.start();
-        work_->begun.wait();
-        object_.stop(false);
-        starter_ = std::thread([this] { object_.start(); });
-        while (!object_.running())
-            std::this_thread::yield();
-        EXPECT_EQ(1, work_->begins);
+TEST(ThreadedObjectTest, AStartThatWaitsForEarlierWorkIsWithdrawnByStopAndBeginsOnce) {
+    for (const bool again : {false, true}) {
+        Gate mayEnd;
+        const auto work = std::make_shared<Work>([&](Work&) { mayEnd.wait(); });
+        DtThreadedObject object(work);
+        const auto startElsewhere = [&] {
+            std::future<void> start = std::async(std::launch::async, [&] { object.start(); });
+            while (!object.running())
+                std::this_thread::yield();
+            return start;
+        };
+        object.start();
+        object.stop(false);
+        std::vector<std::future<void>> starts;
+        starts.push_back(startElsewhere());
+        EXPECT_EQ(theAlreadyRunning, thrownBy<1001>([&] { object.start(); }));
+        object.stop(false);
+        if (again)
+            starts.push_back(startElsewhere());
+        mayEnd.open();
+        starts.clear();
+        EXPECT_EQ(again, object.running());
+        EXPECT_EQ(0, object.join());
+        EXPECT_FALSE(object.running());
+        EXPECT_EQ(again ? 2 : 1, work->ends);
     }
-
-    void letTheFirstWorkEnd() {
-        mayEnd_.open();
-        starter_.join();
-    }
-
-    Gate mayEnd_;
-    std::atomic<int> atWork_{0};
-    std::shared_ptr<Work> work_ = std::make_shared<Work>([this](Work& self) {
-        EXPECT_EQ(1, ++atWork_);
-        mayEnd_.wait();
-        while (!self.timeToStop())
-            std::this_thread::yield();
-        --atWork_;
-    });
-    DtThreadedObject object_{work_};
-    std::thread starter_;
-};
-
-TEST_F(PendingStart, BeginsWhenTheEarlierWorkIsOver) {
-    EXPECT_EQ(theAlreadyRunning, thrownBy<1001>([&] { object_.start(); }));
-    letTheFirstWorkEnd();
-    EXPECT_TRUE(object_.running());
-    object_.stop(true);
-    EXPECT_EQ(2, work_->ends);
 }
-
-TEST_F(PendingStart, IsWithdrawnByStop) {
-    object_.stop(false);
-    letTheFirstWorkEnd();
-    EXPECT_FALSE(object_.running());
-    EXPECT_EQ(0, object_.join());
-    EXPECT_EQ(1, work_->begins);
-}
-
-TEST_F(PendingStart, BeginsOnceThoughWithdrawnAndAskedForAgain) {
-    object_.stop(false);
-    std::thread secondStarter([this] { object_.start(); });
-    while (!object_.running())
-        std::this_thread::yield();
-    letTheFirstWorkEnd();
-    secondStarter.join();
-    EXPECT_TRUE(object_.running());
-    object_.stop(true);
-    EXPECT_EQ(2, work_->ends);
-}
-
-//----------------------------------------------------------------------------------------------
 
 TEST(ThreadedObjectTest, StopsAndJoinsFromManyThreadsAllWaitForTheWork) {
     for (int round = 0; round < 20; ++round) {
         const auto work = std::make_shared<Work>();
         DtThreadedObject object(work);
         object.start();
-        Gate go;
-        std::atomic<int> waited{0};
-        std::vector<std::thread> threads;
-        for (int i = 0; i < 6; ++i)
-            threads.emplace_back([&, i] {
-                go.wait();
-                try {
-                    if (i % 2 == 0) {
-                        object.stop(true);
-                    } else {
-                        object.join();
-                    }
-                } catch (const DtTemplatedException<1002>&) {  // after the thread was dropped
-                }
-                if (work->ends == 1)
-                    ++waited;
+        Tests::runTogether(6, [&](int number) {
+            thrownBy<1002>([&] {  // once the thread has been dropped
+                number % 2 == 0 ? object.stop(true) : static_cast<void>(object.join());
             });
-        go.open();
-        for (std::thread& each : threads)
-            each.join();
-        EXPECT_EQ(6, waited);
+            EXPECT_EQ(1, work->ends);
+        });
         EXPECT_EQ(1, work->stops);
     }
 }
 
 TEST(ThreadedObjectTest, GoesOnAloneWhenItsOwnWorkDestroysIt) {
     Gate complete, released;
-    bool sawRequest = false;
     std::shared_ptr<DtThreadedObject> object;
-    auto work = std::make_shared<Work>([&](Work& self) {
+    const auto body = [&](Work& self) {
         complete.wait();
         object.reset();
-        sawRequest = self.timeToStop();
-    });
-    work->onDestruction = [&] { released.open(); };
-    object = std::make_shared<DtThreadedObject>(std::move(work));
+        EXPECT_TRUE(self.timeToStop());
+    };
+    object = std::make_shared<DtThreadedObject>(std::shared_ptr<Work>(new Work(body), [&](Work* w) {
+        delete w;
+        released.open();
+    }));
     object->start();
     complete.open();
     released.wait();
-    EXPECT_TRUE(sawRequest);
 }
 
 TEST(ThreadedObjectTest, DestructionStopsTheWork) {
     const auto work = std::make_shared<Work>();
     DtThreadedObject(work).start();
     EXPECT_EQ(1, work->ends);
-    EXPECT_EQ(1, work->stops);
 }
 
 }  // namespace
