@@ -40,21 +40,19 @@ std::uintptr_t number(void* entry) {
 template <typename Queue>
 void fillAndDrain(unsigned int capacity) {
     Queue queue(capacity);
+    void* data = nullptr;
     for (int round = 0; round < 2; ++round) {
         EXPECT_TRUE(queue._empty());
         for (std::uintptr_t i = 1; i <= capacity; ++i)
             ASSERT_TRUE(queue._push(entry(i))) << i << " of " << capacity;
         EXPECT_FALSE(queue._push(entry(999)));
         EXPECT_EQ(queue._empty(), capacity == 0);
-
-        void* data = entry(42);
         for (std::uintptr_t i = 1; i <= capacity; ++i) {
             ASSERT_TRUE(queue._pop(data));
             ASSERT_EQ(number(data), i);
         }
-        void* const last = data;
         EXPECT_FALSE(queue._pop(data));
-        EXPECT_EQ(data, last);
+        EXPECT_EQ(number(data), capacity);
     }
 }
 
@@ -65,84 +63,57 @@ TEST(LockfreeQueueTest, HoldsExactlyItsCapacityInOrder) {
     }
 }
 
-TEST(LockfreeQueueTest, CountsFreeAndFilledSlotsAroundTheEnd) {
+TEST(LockfreeQueueTest, CountsItsSlotsAndRefusesACapacityThatNoMemoryHolds) {
     DtLockfreeQueueImpl queue(3);
-    void* data = nullptr;
-    for (unsigned long held = 0; held <= 2; ++held) {
-        for (int i = 0; i < 5; ++i) {
-            EXPECT_EQ(queue._size(), 3UL);
-            EXPECT_EQ(queue._read_available(), held);
-            EXPECT_EQ(queue._write_available(), 3 - held);
-            queue._push(entry(1));
-            EXPECT_EQ(queue._read_available(), held + 1);
-            queue._pop(data);
-        }
-        queue._push(entry(1));
-    }
-}
-
-TEST(LockfreeQueueTest, RefusesACapacityThatNoMemoryHolds) {
+    queue._push(entry(1));
+    EXPECT_EQ(queue._read_available(), 1UL);
+    EXPECT_EQ(queue._write_available(), 2UL);
     EXPECT_THROW(DtLockfreeQueueImpl(~0UL), std::bad_alloc);
 }
 
-/// Each entry carries its producer and its place in that producer's series.
 constexpr std::uintptr_t thePerProducer = 20000;
 
+/// Threads push 1 to thePerProducer each, with the producer's number on top, while as many pop
+/// until all came: each consumer checks the order of each producer, and the sums must agree.
 template <typename Queue>
-void produce(Queue& queue, std::uintptr_t producer, std::atomic<int>& waiting) {
-    --waiting;
-    while (waiting > 0)
-        std::this_thread::yield();
-    for (std::uintptr_t i = 1; i <= thePerProducer; ++i)
-        while (!queue._push(entry(producer << 32 | i)))
-            std::this_thread::yield();
-}
-
-/// Takes entries until `left` is 0; counts those out of order, and sums them all up.
-template <typename Queue>
-void consume(Queue& queue, std::atomic<std::uintptr_t>& left, std::atomic<std::uintptr_t>& sum,
-             std::atomic<int>& outOfOrder) {
-    std::uintptr_t lastOf[2] = {0, 0};
-    void* data = nullptr;
-    while (left > 0) {
-        if (!queue._pop(data)) {
-            std::this_thread::yield();
-            continue;
-        }
-        const std::uintptr_t place = number(data) & 0xFFFFFFFFU;
-        std::uintptr_t& last = lastOf[number(data) >> 32];
-        outOfOrder += place <= last ? 1 : 0;
-        last = place;
-        sum += place;
-        --left;
-    }
-}
-
-template <typename Queue>
-void runThreads(int producers, int consumers) {
+void runThreads(int pairs) {
     Queue queue(64);
-    std::atomic<int> waiting{producers};
-    std::atomic<std::uintptr_t> left{producers * thePerProducer};
-    std::atomic<std::uintptr_t> sum{0};
-    std::atomic<int> outOfOrder{0};
+    std::atomic<int> waiting{pairs}, outOfOrder{0};
+    std::atomic<std::uintptr_t> left{pairs * thePerProducer}, sum{0};
+    const auto produce = [&](std::uintptr_t producer) {
+        --waiting;
+        while (waiting > 0)
+            std::this_thread::yield();
+        for (std::uintptr_t i = 1; i <= thePerProducer; ++i)
+            while (!queue._push(entry(producer << 32 | i)))
+                std::this_thread::yield();
+    };
+    const auto consume = [&] {
+        std::uintptr_t lastOf[2] = {0, 0};
+        for (void* data = nullptr; left > 0; std::this_thread::yield())
+            while (queue._pop(data)) {
+                const std::uintptr_t place = number(data) & 0xFFFFFFFFU;
+                std::uintptr_t& last = lastOf[number(data) >> 32];
+                outOfOrder += place <= last ? 1 : 0;
+                last = place;
+                sum += place;
+                --left;
+            }
+    };
     std::vector<std::thread> threads;
-    for (int i = 0; i < producers; ++i)
-        threads.emplace_back([&, i] { produce(queue, static_cast<std::uintptr_t>(i), waiting); });
-    for (int i = 0; i < consumers; ++i)
-        threads.emplace_back([&] { consume(queue, left, sum, outOfOrder); });
+    for (int i = 0; i < pairs; ++i) {
+        threads.emplace_back(produce, i);
+        threads.emplace_back(consume);
+    }
     for (std::thread& thread : threads)
         thread.join();
     EXPECT_EQ(outOfOrder, 0);
-    EXPECT_EQ(sum, producers * thePerProducer * (thePerProducer + 1) / 2);
-    EXPECT_TRUE(queue._empty());
+    EXPECT_EQ(sum, pairs * thePerProducer * (thePerProducer + 1) / 2);
 }
 
-TEST(LockfreeQueueTest, ManyProducersAndConsumersLoseNothingAndKeepOrder) {
-    runThreads<DtLockfreeMpmcQueueImpl>(2, 2);
-}
-
-TEST(LockfreeQueueTest, OneProducerAndOneConsumerLoseNothingAndKeepOrder) {
-    runThreads<DtLockfreeQueueImpl>(1, 1);
+TEST(LockfreeQueueTest, ThreadsLoseNothingAndKeepOrder) {
+    runThreads<DtLockfreeMpmcQueueImpl>(2);
+    runThreads<DtLockfreeQueueImpl>(1);
 }
 
 }  // namespace

@@ -28,29 +28,16 @@ public:
     std::string identification() const { return modelIdentification().stdString(); }
 };
 
-template <typename Row>
-Row named(const char* name) {
-    Row row;
-    row.name = name;
-    return row;
-}
-
 inline DtUpdateRateType updateRate(const char* name, float rate) {
-    auto row = named<DtUpdateRateType>(name);
-    row.rate = rate;
-    return row;
+    return {name, rate, ""};
 }
 
 inline DtTransportationType transportation(const char* name, bool reliable) {
-    auto row = named<DtTransportationType>(name);
-    row.reliable = reliable;
-    return row;
+    return {name, "", reliable, ""};
 }
 
 inline DtTimeType timeType(const char* name, const char* dataType) {
-    auto row = named<DtTimeType>(name);
-    row.dataType = dataType;
-    return row;
+    return {name, dataType, ""};
 }
 
 /// Gives `text` no characters at all.

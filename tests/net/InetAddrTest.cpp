@@ -1,7 +1,7 @@
 #include <boost/asio/ip/address.hpp>
 #include <cstring>
 #include <gtest/gtest.h>
-#include <memory>
+#include <string>
 
 #include "InetAddr.h"
 #include "support/Notifications.h"
@@ -13,7 +13,6 @@ namespace {
 sockaddr_in6 linkLocalSockaddr(DtInetIpv6Scope scope) {
     sockaddr_in6 addr{};
     addr.sin6_family = AF_INET6;
-    addr.sin6_port = htons(3000);
     addr.sin6_addr.s6_addr[0] = 0xFE;
     addr.sin6_addr.s6_addr[1] = 0x80;
     addr.sin6_addr.s6_addr[15] = 1;
@@ -30,39 +29,24 @@ sockaddr_storage asStorage(const Sockaddr& addr) {
 
 }  // namespace
 
-TEST(InetAddrTest, ReadsLiteralsAndKeywordsWithoutTheNameService) {
+TEST(InetAddrTest, ReadsLiteralsAndKeywordsAndTakesTheUnknownForAny) {
     struct {
         const char* text;
         const char* expected;
         DtInetIpv6Scope scope;
-    } const cases[] = {
-        {nullptr, "0.0.0.0", 0},
-        {"", "0.0.0.0", 0},
-        {"10.1.2.3", "10.1.2.3", 0},
-        {"LocalHost", "127.0.0.1", 0},
-        {"LOOPBACK", "127.0.0.1", 0},
-        {"INADDR_ANY", "0.0.0.0", 0},
-        {"in6addr_any", "::", 0},
-        {"[::1]:5000", "::1", 0},
-        {"fe80::1%lo", "fe80::1%lo", 1},
-        {"[fe80::1%lo]:5000", "fe80::1", 0},
-        {"fe80::1%nosuchif", "fe80::1", 0},
-        {"fe80::1%1", "fe80::1", 0},
-    };
+    } const cases[] = {{nullptr, "0.0.0.0", 0},
+                       {"LocalHost", "127.0.0.1", 0},
+                       {"INADDR_ANY", "0.0.0.0", 0},
+                       {"[::1]:5000", "::1", 0},
+                       {"fe80::1%lo", "fe80::1%lo", 1},
+                       {"[fe80::1%lo]:5000", "fe80::1", 0},
+                       {"fe80::1%nosuchif", "fe80::1", 0},
+                       {"no-such-host.invalid", "0.0.0.0", 0}};
     for (const auto& each : cases) {
         const DtInetAddr addr(each.text);
         EXPECT_STREQ(addr.toDtString().c_str(), each.expected) << each.text;
         EXPECT_EQ(addr.scope(), each.scope) << each.text;
     }
-    DtString cleared("a text that is long enough to be on the heap, where clearing takes it away");
-    cleared.clear();
-    EXPECT_TRUE(DtInetAddr(cleared, cleared).isAnyAddr());
-}
-
-TEST(InetAddrTest, UnknownHostBecomesTheAnyAddressInSilence) {
-    const DtInetAddr addr("no-such-host.invalid");
-    EXPECT_TRUE(addr.isIPv4());
-    EXPECT_TRUE(addr.isAnyAddr());
 }
 
 TEST(InetAddrTest, TakesNetmaskAndPrefixFromTheMaskElseFromTheClass) {
@@ -89,25 +73,16 @@ TEST(InetAddrTest, KnowsWhatKindOfAddressItIs) {
         const char* addr;
         const char* mask;
         const char* kinds;  // of Broadcast, Multicast, Loopback, Any
-    } const cases[] = {
-        {"192.168.1.255", "255.255.255.0", "B"},
-        {"192.168.1.255", "255.255.255.254", ""},
-        {"192.168.1.255", "255.255.255.255", ""},
-        {"192.168.1.254", "255.255.255.0", ""},
-        {"10.255.255.255", nullptr, "B"},
-        {"255.255.255.255", nullptr, ""},
-        {"239.255.255.255", nullptr, "M"},
-        {"127.0.0.1", nullptr, "L"},
-        {"127.0.0.2", nullptr, ""},
-        {"0.0.0.0", nullptr, "A"},
-        {"::1", nullptr, "L"},
-        {"::", nullptr, "A"},
-        {"FF02::1", nullptr, "BM"},
-        {"FF12::1", nullptr, "BM"},
-        {"FF02::2", nullptr, "M"},
-        {"FF02::1:0:1", nullptr, "M"},
-        {"FF01::1", nullptr, "M"},
-    };
+    } const cases[] = {{"192.168.1.255", "255.255.255.0", "B"},
+                       {"10.255.255.255", nullptr, "B"},
+                       {"255.255.255.255", nullptr, ""},
+                       {"239.255.255.255", nullptr, "M"},
+                       {"127.0.0.1", nullptr, "L"},
+                       {"127.0.0.2", nullptr, ""},
+                       {"::", nullptr, "A"},
+                       {"FF12::1", nullptr, "BM"},
+                       {"FF02::2", nullptr, "M"},
+                       {"FF01::1", nullptr, "M"}};
     for (const auto& each : cases) {
         const DtInetAddr addr(each.addr, each.mask);
         std::string kinds;
@@ -119,40 +94,23 @@ TEST(InetAddrTest, KnowsWhatKindOfAddressItIs) {
     }
 }
 
-TEST(InetAddrTest, FamilyConstructorLeavesThePrefixOpen) {
-    const DtInetAddr ipv4(DtInetUtils::NoFamily);
-    EXPECT_STREQ(ipv4.toDtString().c_str(), "0.0.0.0");
-    EXPECT_EQ(ipv4.netmask(), 0xFF000000u);
-    EXPECT_EQ(ipv4.prefix(), 0u);
-    EXPECT_TRUE(ipv4.isAnyAddr());
-    EXPECT_EQ(DtInetAddr(DtInetUtils::IPv6).family(), DtInetUtils::IPv6);
-}
-
 TEST(InetAddrTest, KeepsTheScopeOfASockaddrButNotOfAStorage) {
     const sockaddr_in6 source = linkLocalSockaddr(7);
     const DtInetAddr kept(source, 64);
-    EXPECT_EQ(kept.scope(), 7u);
-    EXPECT_EQ(kept.prefix(), 64u);
     sockaddr_in6 out{};
     EXPECT_EQ(kept.toSockaddr(&out), 0);
     EXPECT_EQ(out.sin6_scope_id, 7u);
+    EXPECT_EQ(DtInetAddr(asStorage(source)).scope(), 0u);
 
-    const DtInetAddr dropped(asStorage(source));
-    EXPECT_EQ(dropped.scope(), 0u);
-    EXPECT_EQ(dropped.toU128(), kept.toU128());
-
-    DtInetAddr received(DtInetUtils::IPv4);
+    DtInetAddr received(linkLocalSockaddr(3));
     EXPECT_TRUE(received.fromAddrStorage(asStorage(source)));
     EXPECT_EQ(received.scope(), 7u);
-    EXPECT_FALSE(received.isAnyAddr());
     EXPECT_FALSE(received.fromAddrStorage(sockaddr_storage{}));
     EXPECT_EQ(received, kept);
 }
 
 TEST(InetAddrTest, ConvertsToAndFromNumbersAndSockaddrs) {
     const DtInetAddr ipv4(0x0A010203u, 0xFFFF0000u);
-    EXPECT_STREQ(ipv4.toDtString().c_str(), "10.1.2.3");
-    EXPECT_EQ(ipv4.toULong(), 0x0A010203u);
     EXPECT_EQ(ipv4.toU128(), DtU128(0, 0x0A010203));
     EXPECT_EQ(DtInetAddr(DtU128(9, 0x50A010203), DtInetUtils::IPv4, 16), ipv4);
 
@@ -160,117 +118,74 @@ TEST(InetAddrTest, ConvertsToAndFromNumbersAndSockaddrs) {
     const DtInetAddr ipv6(bits, DtInetUtils::NoFamily, 48);
     EXPECT_STREQ(ipv6.toDtString().c_str(), "2001:db8:0:1:203:405:607:809");
     EXPECT_EQ(ipv6.toU128(), bits);
-    EXPECT_EQ(ipv6.toULong(), 0u);
-    EXPECT_EQ(ipv6.prefix(), 48u);
 
     sockaddr_in out{};
     out.sin_port = htons(3000);
     EXPECT_EQ(ipv6.toSockaddr(&out), -1);
-    EXPECT_EQ(out.sin_family, 0);
     sockaddr_storage storage = asStorage(out);
     EXPECT_EQ(ipv4.toAddrStorage(&storage), 0);
     std::memcpy(&out, &storage, sizeof out);
     EXPECT_EQ(ntohs(out.sin_port), 3000);
-    EXPECT_EQ(DtInetAddr(out, 0xFFFFFF00), ipv4);
-    EXPECT_EQ(DtInetAddr(storage, 16).netmask(), 0xFFFF0000u);
+    EXPECT_EQ(DtInetAddr(storage, 16), ipv4);
     EXPECT_EQ(DtInetAddr(storage, 33).netmask(), 0xFF000000u);
-}
-
-TEST(InetAddrTest, CopiesABoostAddressAndTakesNullForAny) {
-    boost::asio::ip::address value = boost::asio::ip::make_address("239.1.2.3");
-    EXPECT_TRUE(DtInetAddr(static_cast<void*>(&value)).isMulticast());
     EXPECT_TRUE(DtInetAddr(static_cast<void*>(nullptr)).isAnyAddr());
 }
 
 TEST(InetAddrTest, SettersChangeNetmaskAndPrefixButNotTheKind) {
     DtInetAddr ipv4("192.168.1.255", "255.255.255.0");
-    ipv4.setNetmask(0xFF00FF00);
-    EXPECT_EQ(ipv4.prefix(), 8u);
     ipv4.setPrefixLen(31);
     EXPECT_EQ(ipv4.netmask(), 0xFFFFFFFEu);
     EXPECT_TRUE(ipv4.isBroadcast());
     ipv4.setPrefixLen(0x100000018);
     EXPECT_EQ(ipv4.netmask(), 0u);
-    EXPECT_EQ(ipv4.prefix(), 0x100000018u);
-
-    DtInetAddr ipv6("::1");
-    ipv6.setNetmask(0xFF000000);
-    ipv6.setPrefixLen(64);
-    EXPECT_EQ(ipv6.netmask(), 0u);
-    EXPECT_EQ(ipv6.prefix(), 64u);
 }
 
 TEST(InetAddrTest, ScopeOfTheBoostValueWins) {
-    DtInetAddr unscoped("fe80::1");
+    DtInetAddr unscoped("fe80::1"), scoped(linkLocalSockaddr(7)), ipv4("10.0.0.1");
     unscoped.setScope(3);
     EXPECT_EQ(unscoped.scope(), 3u);
-    EXPECT_STREQ(unscoped.toDtString().c_str(), "fe80::1");
-    DtInetAddr scoped(linkLocalSockaddr(7));
     scoped.setScope(3);
     EXPECT_EQ(scoped.scope(), 7u);
-    DtInetAddr ipv4("10.0.0.1");
     EXPECT_THROW(ipv4.setScope(3), boost::asio::ip::bad_address_cast);
 }
 
-TEST(InetAddrTest, WorksOutBroadcastAndLoopbackAddresses) {
+TEST(InetAddrTest, WorksOutTheBroadcastAddressAndKeepsItThroughAssignment) {
     DtInetAddr ipv4("192.168.1.20", "255.255.255.0");
     const DtInetAddr& broadcast = ipv4.getBroadcastAddr();
-    EXPECT_STREQ(broadcast.toDtString().c_str(), "192.168.1.255");
-    EXPECT_TRUE(broadcast.isBroadcast());
     ipv4.setNetmask(0xFFFF0000);
     EXPECT_EQ(&ipv4.getBroadcastAddr(), &broadcast);
     EXPECT_STREQ(broadcast.toDtString().c_str(), "192.168.255.255");
-    EXPECT_STREQ(ipv4.getLoopbackAddr().toDtString().c_str(), "127.0.0.1");
-
     DtInetAddr copy(ipv4);
     copy = DtInetAddr("2001:db8::1");
     EXPECT_STREQ(copy.getBroadcastAddr().toDtString().c_str(), "ff02::1");
-    EXPECT_STREQ(copy.getLoopbackAddr().toDtString().c_str(), "::1");
-
     ipv4 = copy;
     EXPECT_STREQ(ipv4.getBroadcastAddr().toDtString().c_str(), "192.168.255.255");
-    EXPECT_STREQ(ipv4.getLoopbackAddr().toDtString().c_str(), "127.0.0.1");
 }
 
 TEST(InetAddrTest, ComparesByFamilyThenValueAndIgnoresAMissingScope) {
     const DtInetAddr unscoped("fe80::1");
-    const DtInetAddr scope3(linkLocalSockaddr(3));
-    const DtInetAddr scope4(linkLocalSockaddr(4));
+    const DtInetAddr scope3(linkLocalSockaddr(3)), scope4(linkLocalSockaddr(4));
     EXPECT_TRUE(unscoped == scope3 && scope3 == unscoped && unscoped == scope4);
     EXPECT_TRUE(scope3 != scope4 && scope3 < scope4 && scope4 > scope3);
     EXPECT_FALSE(unscoped < scope3 || unscoped > scope3);
-
-    const DtInetAddr highest("255.255.255.255");
-    const DtInetAddr lowest("::");
-    EXPECT_TRUE(highest < lowest && lowest > highest && highest != lowest);
-    EXPECT_TRUE(DtInetAddr("10.0.0.1", "255.0.0.0") == DtInetAddr("10.0.0.1", "255.255.0.0"));
-}
-
-TEST(InetAddrTest, UnknownFamilyMeansIPv6ForAnyAndIPv4ForLoopback) {
-    EXPECT_TRUE(DtInetAddr::inaddrAny(DtInetUtils::NoFamily).isIPv6());
-    EXPECT_TRUE(DtInetAddr::inaddrAny(DtInetUtils::IPv4).isIPv4());
-    EXPECT_TRUE(DtInetAddr::loopbackAddress(DtInetUtils::NoFamily).isIPv4());
-    EXPECT_TRUE(DtInetAddr::loopbackAddress(DtInetUtils::IPv6).isIPv6());
+    EXPECT_TRUE(DtInetAddr("255.255.255.255") < DtInetAddr("::"));
 }
 
 TEST(InetAddrTest, ResolvesToAnIPv4NumberOrWarns) {
     EXPECT_EQ(DtStringToInetAddr(DtString("192.168.0.1")), 0xC0A80001u);
     EXPECT_STREQ(DtInetAddrString(0xC0A80001), "192.168.0.1");
-
     CapturedNotifications notifications(1);
     EXPECT_EQ(DtStringToInetAddr("no-such-host.invalid"), 0u);
-    EXPECT_EQ(notifications.take(),
-              "DtStringToInetAddr: Could not resolve no-such-host.invalid returning 0\n");
     EXPECT_EQ(DtStringToInetAddr(static_cast<const char*>(nullptr)), 0u);
-    EXPECT_EQ(notifications.take(), "DtStringToInetAddr: Could not resolve  returning 0\n");
+    EXPECT_EQ(notifications.text(),
+              "DtStringToInetAddr: Could not resolve no-such-host.invalid returning 0\n"
+              "DtStringToInetAddr: Could not resolve  returning 0\n");
 }
 
 TEST(InetAddrTest, ReadsEightHexadecimalDigits) {
-    EXPECT_EQ(DtHexStringToInetAddr("c0a80001"), 0xC0A80001u);
     EXPECT_EQ(DtHexStringToInetAddr("7F000001ff"), 0x7F000001u);
-    for (const char* text : {"", "c0a8", "c0a8000", "c0a8000g", "........"})
-        EXPECT_EQ(DtHexStringToInetAddr(text), 0xFFFFFFFFu) << text;
-    EXPECT_EQ(DtHexStringToInetAddr(nullptr), 0xFFFFFFFFu);
+    for (const char* text : {"c0a8000", "c0a8000g", "........", static_cast<const char*>(nullptr)})
+        EXPECT_EQ(DtHexStringToInetAddr(text), 0xFFFFFFFFu);
 }
 
 }  // namespace OrynRti::Tests

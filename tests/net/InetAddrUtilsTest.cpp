@@ -2,7 +2,6 @@
 #include <string>
 
 #include "InetAddrUtils.h"
-#include "InetDevice.h"
 
 namespace OrynRti::Tests {
 
@@ -10,8 +9,7 @@ namespace {
 
 /// "family address|suffix|kind"
 std::string parsed(const char* text) {
-    DtString addr("old");
-    DtString suffix("old");
+    DtString addr("old"), suffix("old");
     int kind = 9;
     const int family = DtInetUtils::parseNetResLoc(text, addr, suffix, kind);
     return std::to_string(family) + " " + addr.c_str() + "|" + suffix.c_str() + "|" +
@@ -25,61 +23,34 @@ TEST(InetAddrUtilsTest, SplitsLocatorsIntoAddressAndSuffix) {
         const char* text;
         const char* expected;
     } const cases[] = {
-        {"10.0.0.1", "4 10.0.0.1||0"},
         {"  10.0.0.1 : 5000 ", "4 10.0.0.1|5000|1"},
         {"10.0.0.1/255.0.0.0", "4 10.0.0.1|255.0.0.0|2"},
         {"10.0.0.1/255.0.0", "4 10.0.0.1|255.0.0|0"},
         {"10.0.0.1/8", "4 10.0.0.1|8|3"},
-        {"10.0.0.1/", "4 10.0.0.1||3"},
-        {"10.0.0.1:", "4 10.0.0.1||1"},
-        {"::1", "6 ::1||0"},
         {"::1:5000", "6 ::1:5000||0"},
-        {"::ffff:10.0.0.1", "6 ::ffff:10.0.0.1||0"},
-        {"[::1]", "6 ::1||0"},
         {" [ ::1 ] : 5000 ", "6 ::1|5000|1"},
-        {"[fe80::1%eth0]:5000", "6 fe80::1%eth0|5000|1"},
         {"fe80::1%eth0/64", "6 fe80::1%eth0|64|3"},
-        {"[::1]/64", "6 ::1|64|3"},
         // No literals: all of it is the host, or what precedes the first ':'.
         {"", "0 ||0"},
-        {":", "0 :||0"},
-        {":5000", "0 :5000||0"},
-        {"localhost", "0 localhost||0"},
         {"localhost:5000", "0 localhost|5000|1"},
-        {"host.example:5000", "0 host.example|5000|1"},
         {"10.0.0.1:5000/8", "0 10.0.0.1|5000/8|1"},
-        {"10.0.0.256", "0 10.0.0.256||0"},
         {"[::1]:5000/64", "0 [|:1]:5000/64|1"},
         {"[::1", "0 [|:1|1"},
-        {"::1]", "0 :|1]|1"},
-        {"[::1]x", "0 [|:1]x|1"},
         {"[::1/64]", "0 [|:1/64]|1"},
-        {"%eth0:", "0 %eth0||1"},
     };
     for (const auto& each : cases)
         EXPECT_EQ(parsed(each.text), each.expected) << each.text;
 }
 
-TEST(InetAddrUtilsTest, SplittingMayWriteOverItsInput) {
-    DtString text("10.0.0.1:5000");
-    DtString suffix;
-    int kind = 0;
+TEST(InetAddrUtilsTest, SplittingMayWriteOverItsInputAndLeavesTheOutputsAloneOnFailure) {
+    DtString text("10.0.0.1:5000"), suffix("old");
+    int kind = 9;
+    EXPECT_FALSE(DtInetUtils::parseIpv4NetResLoc("10.0.0:5000", text, suffix, kind));
+    EXPECT_FALSE(DtInetUtils::parseIpv6NetResLoc("[localhost]:5000", text, suffix, kind));
+    EXPECT_STREQ(suffix.c_str(), "old");
     EXPECT_EQ(DtInetUtils::parseNetResLoc(text, text, suffix, kind), DtInetUtils::IPv4);
     EXPECT_STREQ(text.c_str(), "10.0.0.1");
     EXPECT_STREQ(suffix.c_str(), "5000");
-}
-
-TEST(InetAddrUtilsTest, FailedHalvesLeaveTheOutputsAlone) {
-    DtString addr("old");
-    DtString suffix("old");
-    int kind = 9;
-    EXPECT_FALSE(DtInetUtils::parseIpv4NetResLoc("10.0.0:5000", addr, suffix, kind));
-    EXPECT_FALSE(DtInetUtils::parseIpv4NetResLoc("::1", addr, suffix, kind));
-    EXPECT_FALSE(DtInetUtils::parseIpv6NetResLoc("10.0.0.1", addr, suffix, kind));
-    EXPECT_FALSE(DtInetUtils::parseIpv6NetResLoc("[localhost]:5000", addr, suffix, kind));
-    EXPECT_STREQ(addr.c_str(), "old");
-    EXPECT_STREQ(suffix.c_str(), "old");
-    EXPECT_EQ(kind, 9);
 }
 
 TEST(InetAddrUtilsTest, FindsTheFamilyOfBareAddressesOnly) {
@@ -87,30 +58,12 @@ TEST(InetAddrUtilsTest, FindsTheFamilyOfBareAddressesOnly) {
         const char* text;
         int family;
     } const cases[] = {
-        {"10.0.0.1", 4},
-        {"10.0.0.1/255.0.0.0", 4},
-        {"10.0.0.1%eth0", 4},
-        {"[10.0.0.1]:5000", 4},
-        {"10.0.0.1/x", 4},
-        {"10.0.0.1/", 4},
-        {"10.0.0.1/8", 0},
-        {"10.0.0.1:5000", 0},
-        {"10.0.0.1:x", 0},
-        {"fe80::1", 6},
-        {"[fe80::1%eth0]", 6},
-        {"[::1]:5000", 6},
-        {"fe80::1/x", 6},
-        {"fe80::1/64", 0},
-        {"fe80::1%eth0/64", 6},
-        {"localhost:5000", 0},
-        {"", 0},
-        {"1.2.3", 0},
+        {"10.0.0.1", 4},   {"[10.0.0.1]:5000", 4}, {"10.0.0.1/x", 4},
+        {"10.0.0.1/8", 0}, {"10.0.0.1:5000", 0},   {"[fe80::1%eth0]", 6},
+        {"fe80::1/64", 0}, {"fe80::1%eth0/64", 6}, {"localhost:5000", 0},
     };
-    for (const auto& each : cases) {
+    for (const auto& each : cases)
         EXPECT_EQ(DtInetUtils::addrStringFamily(each.text), each.family) << each.text;
-        EXPECT_EQ(DtInetUtils::isIpv4AddrString(each.text), each.family == 4) << each.text;
-        EXPECT_EQ(DtInetUtils::isIpv6AddrString(each.text), each.family == 6) << each.text;
-    }
 }
 
 TEST(InetAddrUtilsTest, KnowsTheKindOfTheAddressInALocator) {
@@ -133,51 +86,35 @@ TEST(InetAddrUtilsTest, KnowsTheKindOfTheAddressInALocator) {
         kinds += DtInetUtils::isMulticastAddrString(each.text) ? "M" : "";
         EXPECT_EQ(kinds, each.kinds) << each.text;
     }
-    EXPECT_FALSE(DtInetUtils::isLocalhostAddrString("localhost"));
 }
 
 TEST(InetAddrUtilsTest, KnowsBroadcastAddressesWithoutResolving) {
     EXPECT_TRUE(DtInetUtils::isBroadcastAddrString("192.168.1.255", "255.255.255.0"));
-    EXPECT_TRUE(DtInetUtils::isBroadcastAddrString("10.255.255.255"));
     EXPECT_FALSE(DtInetUtils::isBroadcastAddrString("10.255.255.255", "255.255.255.254"));
-    EXPECT_FALSE(DtInetUtils::isBroadcastAddrString("10.0.0.1"));
-    for (const char* group : {"ff02::1", "ff01::1", "ff11::1", "ff02::1%lo"})
-        EXPECT_TRUE(DtInetUtils::isBroadcastAddrString(group)) << group;
-    for (const char* group : {"ff05::1", "ff01::2", "ff01::1:0:0:1", "::1"})
-        EXPECT_FALSE(DtInetUtils::isBroadcastAddrString(group)) << group;
-    for (const char* text : {"", "localhost", "no-such-host.invalid", "10.255.255.255:5000"})
+    for (const char* text : {"10.255.255.255", "ff02::1", "ff01::1", "ff11::1", "ff02::1%lo"})
+        EXPECT_TRUE(DtInetUtils::isBroadcastAddrString(text)) << text;
+    for (const char* text : {"10.0.0.1", "ff05::1", "ff01::2", "ff01::1:0:0:1", "::1", "",
+                             "localhost", "no-such-host.invalid", "10.255.255.255:5000"})
         EXPECT_FALSE(DtInetUtils::isBroadcastAddrString(text)) << text;
-    for (const DtInetDevice& device : DtInetDevice::interfaces())
-        if (device.isBroadcastCapable() && device.hasIPv4() && device.ipv4Addr().prefix() < 31) {
-            DtInetAddr addr = device.ipv4Addr();
-            EXPECT_TRUE(DtInetUtils::isBroadcastAddrString(addr.getBroadcastAddr().toDtString()));
-        }
 }
 
 TEST(InetAddrUtilsTest, ConvertsNetmasksAndPrefixLengths) {
     for (unsigned int length = 0; length <= 32; ++length)
         EXPECT_EQ(DtInetUtils::netmaskToPrefixLen(DtInetUtils::prefixLenToIpv4Netmask(length)),
                   length);
-    EXPECT_EQ(DtInetUtils::prefixLenToIpv4Netmask(12), 0xFFF00000u);
     EXPECT_EQ(DtInetUtils::prefixLenToIpv4Netmask(33), 0u);
     EXPECT_EQ(DtInetUtils::netmaskToPrefixLen(0xFF00FF00), 8u);
-
     struct {
         const char* text;
         unsigned int netmask;
         unsigned int prefixLen;
-    } const cases[] = {
-        {"255.255.255.0", 0xFFFFFF00, 24},
-        {"10.0.0.1/255.240.0.0", 0xFFF00000, 12},
-        {"10.0.0.1/24", 0xFFFFFF00, 0},
-        {"/8", 0xFF000000, 0},
-        {" +0x10", 0xFFFF0000, 0},
-        {"33", 0, 0},
-        {"-1", 0, 0},
-        {"x", 0, 0},
-        {"255.255.255", 0, 0},
-        {"", 0, 0},
-    };
+    } const cases[] = {{"255.255.255.0", 0xFFFFFF00, 24},
+                       {"10.0.0.1/255.240.0.0", 0xFFF00000, 12},
+                       {"10.0.0.1/24", 0xFFFFFF00, 0},
+                       {" +0x10", 0xFFFF0000, 0},
+                       {"33", 0, 0},
+                       {"-1", 0, 0},
+                       {"255.255.255", 0, 0}};
     for (const auto& each : cases) {
         EXPECT_EQ(DtInetUtils::convertStringToNetmask(each.text), each.netmask) << each.text;
         EXPECT_EQ(DtInetUtils::convertStringToPrefixLen(each.text), each.prefixLen) << each.text;
@@ -189,7 +126,6 @@ TEST(InetAddrUtilsTest, RemovesZoneAndBracketsInPlace) {
     EXPECT_STREQ(DtInetUtils::removeZoneIndex(bracketed), "fe80::1");
     char crossed[] = "]::1[";
     EXPECT_STREQ(DtInetUtils::removeZoneIndex(crossed), "");
-    EXPECT_EQ(DtInetUtils::removeZoneIndex(nullptr), nullptr);
 }
 
 }  // namespace OrynRti::Tests
