@@ -1,0 +1,9 @@
+#include "ClientServerQueue.h"
+
+namespace OrynRti {
+
+DtClientServerWriter::~DtClientServerWriter() = default;
+
+DtClientServerReader::~DtClientServerReader() = default;
+
+}  // namespace OrynRti
