@@ -1,0 +1,252 @@
+#include "CommandLine.h"
+
+#include <CLI/CLI.hpp>
+#include <cmath>
+#include <csignal>
+#include <functional>
+#include <memory>
+#include <sstream>
+#include <string>
+
+#include "Console.h"
+#include "Errors.h"
+#include "ListenCommand.h"
+#include "Print.h"
+#include "ReadCommand.h"
+#include "ReplayCommand.h"
+#include "ReportArguments.h"
+#include "SendCommand.h"
+
+namespace RtiqnDis {
+
+using namespace OrynRti;
+
+namespace {
+
+constexpr const char* theVersion = "22.0.0";
+
+constexpr const char* theDescription =
+    "Listens to DIS traffic, records it, replays and reads recorded traffic, and sends some.\n"
+    "\n"
+    "DIS simulations exchange protocol data units (PDUs, IEEE 1278.1) as UDP datagrams, often\n"
+    "several in one. This program shows every PDU with its sender and what could not be delivered.";
+
+constexpr const char* theFooter =
+    "Exit status:\n"
+    "  0   done, also when nothing was received\n"
+    "  1   data was incomplete or broken, and --strict was given\n"
+    "  3   a file cannot be read or written\n"
+    "  4   the network failed\n"
+    "  64  wrong usage\n"
+    "The result goes to standard output, everything else to standard error.\n"
+    "\n"
+    "Examples:\n"
+    "  rtiqn-dis read exercise.pcap                     show what a capture file holds\n"
+    "  rtiqn-dis read --kind fire,detonation --format ndjson exercise.pcap\n"
+    "  rtiqn-dis listen --exercise 7 --write exercise.pcap\n"
+    "  rtiqn-dis replay exercise.pcap --to 192.0.2.255 --speed 2\n"
+    "  rtiqn-dis send --to 239.1.2.3:3000 --entities 20 --rate 5 --bundle 1400";
+
+constexpr const char* theListenDescription =
+    "Shows the PDUs that arrive, a line for each, until it is interrupted; then a table by kind "
+    "and\n"
+    "sender and the counts of what was not delivered. --port 0 lets the system choose a port.";
+
+constexpr const char* theReplayDescription =
+    "Sends the datagrams of a capture file (pcap or pcapng) again, with the pauses they came with.";
+
+constexpr const char* theSendDescription =
+    "Sends the Entity State PDUs of ships that move in circles on the North Sea and beyond, until\n"
+    "it is interrupted.";
+
+constexpr const char* theReadDescription =
+    "Shows the PDUs of a capture file (pcap or pcapng) as listening to it would have: a line for\n"
+    "each PDU, then a table by kind and sender and the counts of what was not delivered.";
+
+constexpr const char* theReadFooter =
+    "A place like 2/9 means the second of nine PDUs in a datagram; in JSON these are \"index\" "
+    "and\n"
+    "\"count\". A PDU and the coupled Attribute PDU behind it count as one.";
+
+using Command = std::function<int()>;
+using Choose = std::function<void(Command)>;
+
+std::string positiveComplaint(const std::string& text) {
+    double value = 0;
+    const bool good = CLI::detail::lexical_cast(text, value) && std::isfinite(value) && value > 0;
+    return good ? std::string() : "'" + text + "' is not a number above 0";
+}
+
+void addListen(CLI::App& app, const Choose& choose) {
+    CLI::App* command = app.add_subcommand("listen", theListenDescription);
+    command->footer(theReadFooter);
+    const auto options = std::make_shared<ListenOptions>();
+    addReportArguments(*command, options->report, 0);
+    command->add_option("--bind", options->bind, "Listen on this address of the host only")
+        ->option_text("ADDR");
+    command
+        ->add_option("--device", options->device,
+                     "Listen on this network interface only, on its own address")
+        ->option_text("NAME");
+    command->add_option("--group", options->groups, "Multicast groups to join")
+        ->option_text("ADDR...");
+    command->add_option("--for", options->duration_s, "End after that many seconds")
+        ->check(positiveComplaint)
+        ->option_text("SECONDS");
+    command
+        ->add_option("--write", options->recordPath,
+                     "Record all datagrams of the port in a capture file, as they arrived")
+        ->option_text("FILE.pcap");
+    command->final_callback(
+        [options, choose] { choose([options] { return runListen(*options); }); });
+}
+
+void addRead(CLI::App& app, const Choose& choose) {
+    CLI::App* command = app.add_subcommand("read", theReadDescription);
+    command->footer(theReadFooter);
+    const auto options = std::make_shared<ReadOptions>();
+    command->add_option("CAPTURE", options->path, "The capture file")->required()->option_text(" ");
+    addReportArguments(*command, options->report, 1);
+    command->final_callback([options, choose] { choose([options] { return runRead(*options); }); });
+}
+
+/// Of several words behind --to the first is its own, the others come as arguments without a name,
+/// so that a CAPTURE may stand behind it as well.
+void addSending(CLI::App& command, SendingOptions& options) {
+    command.add_option("--to", options.targets, "Where to send to: hosts, broadcasts, groups")
+        ->required()
+        ->take_all()
+        ->expected(1)
+        ->allow_extra_args(false)
+        ->option_text("ADDR[:PORT]...");
+    command
+        .add_option_function<std::vector<std::string>>(
+            "TARGET",
+            [&options](const std::vector<std::string>& more) {
+                options.targets.insert(options.targets.end(), more.begin(), more.end());
+            },
+            "")
+        ->group("");
+    command.add_option("--bundle", options.bundle_bytes, "Bundle PDUs up to that size")
+        ->check(CLI::Range(12, 65507))
+        ->option_text("BYTES");
+}
+
+void addPace(CLI::App& command, ReplayOptions& options) {
+    CLI::Option* speed =
+        command.add_option("--speed", options.speed, "Times as fast as recorded (1)")
+            ->check(positiveComplaint)
+            ->option_text("X");
+    CLI::Option* topSpeed =
+        command.add_flag("--top-speed", options.topSpeed, "Without any pause")->excludes(speed);
+    command
+        .add_option("--pps", options.datagramsPerSecond, "N recorded datagrams a second, evenly")
+        ->check(positiveComplaint)
+        ->excludes(speed)
+        ->excludes(topSpeed)
+        ->option_text("N");
+}
+
+void addReplay(CLI::App& app, const Choose& choose) {
+    CLI::App* command = app.add_subcommand("replay", theReplayDescription);
+    const auto options = std::make_shared<ReplayOptions>();
+    command->add_option("CAPTURE", options->path, "The capture file")->required()->option_text(" ");
+    addSending(*command, options->sending);
+    command
+        ->add_option(
+            "--port", options->sending.port,
+            "The UDP port that the datagrams were sent to, and are unless --to says (3000)")
+        ->check(CLI::Range(1, 65535))
+        ->option_text("N");
+    addPace(*command, *options);
+    command->add_option("--loop", options->loops, "Replay N times, 0 for no end (1)")
+        ->check(CLI::NonNegativeNumber)
+        ->option_text("N");
+    command->add_option("--exercise", options->exercise, "Write this exercise into every PDU")
+        ->check(CLI::Range(0, 255))
+        ->option_text("N");
+    command->add_option("--device", options->sending.device, "Send on this network interface")
+        ->option_text("NAME");
+    command->add_option("--ttl", options->sending.ttl, "Routers that a datagram may pass")
+        ->check(CLI::Range(1, 255))
+        ->option_text("N");
+    command->final_callback(
+        [options, choose] { choose([options] { return runReplay(*options); }); });
+}
+
+void addSend(CLI::App& app, const Choose& choose) {
+    CLI::App* command = app.add_subcommand("send", theSendDescription);
+    const auto options = std::make_shared<SendOptions>();
+    addSending(*command, options->sending);
+    command->add_option("--entities", options->entities, "How many ships (1)")
+        ->check(CLI::Range(1, 65534))
+        ->option_text("N");
+    command->add_option("--rate", options->rate_hz, "PDUs of each ship per second (1)")
+        ->check(positiveComplaint)
+        ->option_text("HZ");
+    command->add_option("--for", options->duration_s, "End after that many seconds")
+        ->check(positiveComplaint)
+        ->option_text("SECONDS");
+    command->add_option("--exercise", options->exercise, "Exercise identifier (1)")
+        ->check(CLI::Range(0, 255))
+        ->option_text("N");
+    command->add_option("--dis-version", options->version, "DIS version (7)")
+        ->check(CLI::Range(6, 7))
+        ->option_text("6|7");
+    command->final_callback([options, choose] { choose([options] { return runSend(*options); }); });
+}
+
+int runChosen(const Command& command) {
+    try {
+        return command();
+    } catch (const FileError& error) {
+        printError(error.what());
+        return theFileError;
+    } catch (const NetworkError& error) {
+        printError(error.what());
+        return theNetworkFailure;
+    } catch (const UsageError& error) {
+        printError(error.what());
+        return theUsageError;
+    }
+}
+
+/// Help and version are asked for; anything else that CLI11 throws is wrong usage.
+int answer(const CLI::App& app, const CLI::ParseError& error) {
+    std::ostringstream result;
+    std::ostringstream complaint;
+    if (app.exit(error, result, complaint) == 0) {
+        return runChosen([&] {
+            writeOutput(result.str());
+            flushOutput();
+            return theSuccess;
+        });
+    }
+    printError(complaint.str());
+    return theUsageError;
+}
+
+}  // namespace
+
+int runProgram(int argc, const char* const* argv) {
+    std::signal(SIGPIPE, SIG_IGN);
+    DtSetQuarnPrinter(&DtStandardErrorConsole);
+    CLI::App app(theDescription, "rtiqn-dis");
+    app.set_version_flag("--version", theVersion);
+    app.footer(theFooter);
+    app.require_subcommand(1);
+    Command command;
+    const Choose choose = [&](Command chosen) { command = std::move(chosen); };
+    addListen(app, choose);
+    addReplay(app, choose);
+    addRead(app, choose);
+    addSend(app, choose);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        return answer(app, error);
+    }
+    return runChosen(command);
+}
+
+}  // namespace RtiqnDis

@@ -1,0 +1,26 @@
+#ifndef RTIQN_DIS_LISTEN_COMMAND_H
+#define RTIQN_DIS_LISTEN_COMMAND_H
+
+#include <string>
+#include <vector>
+
+#include "PduReport.h"
+
+namespace RtiqnDis {
+
+struct ListenOptions {
+    ReportOptions report;
+    std::string bind;    ///< empty for all addresses
+    std::string device;  ///< empty for all
+    std::vector<std::string> groups;
+    double duration_s = 0;  ///< 0 for no end
+    std::string recordPath;
+};
+
+/// Receives and writes PDUs until one of the ends that the options name, or a signal. The exit
+/// status; throws NetworkError, FileError, UsageError.
+int runListen(const ListenOptions& options);
+
+}  // namespace RtiqnDis
+
+#endif
