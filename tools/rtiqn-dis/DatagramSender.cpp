@@ -2,6 +2,7 @@
 
 #include "Console.h"
 #include "Errors.h"
+#include "OwnTimes.h"
 #include "Targets.h"
 #include "Unbundler.h"
 
@@ -69,11 +70,15 @@ void DatagramSender::flush() {
 }
 
 void DatagramSender::sendToAll(char* bytes, std::size_t size) {
-    for (DtInetEndpoint& target : targets_)
-        if (socket_.sendTo(bytes, static_cast<int>(size), target, 0) < static_cast<int>(size)) {
+    for (DtInetEndpoint& target : targets_) {
+        OwnTimer timer;
+        const int sent = socket_.sendTo(bytes, static_cast<int>(size), target, 0);
+        timer.stop(ownTimes_, SendCall);
+        if (sent < static_cast<int>(size)) {
             ++failures_;
             tellFirstFailure();
         }
+    }
 }
 
 void DatagramSender::tellFirstFailure() {
@@ -89,7 +94,7 @@ std::string sendingText(const DatagramSender& sender, double duration_s) {
         text += formatted(": %.1f datagrams/s, %.3f Mbit/s",
                           static_cast<double>(sender.datagrams()) / duration_s,
                           static_cast<double>(sender.bytes()) * 8e-6 / duration_s);
-    text += '\n';
+    text += '\n' + ownTimeText(sender.ownTimes(), SendCall);
     if (sender.failures() > 0)
         text += counted(sender.failures(), "datagram") + " could not be sent\n";
     return text;

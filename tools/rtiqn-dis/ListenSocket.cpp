@@ -1,6 +1,7 @@
 #include "ListenSocket.h"
 
 #include "Errors.h"
+#include "OwnTimes.h"
 #include "Targets.h"
 
 namespace RtiqnDis {
@@ -38,9 +39,11 @@ ListenSocket::ListenSocket(const DtInetEndpoint& local, DtInetDevice* device,
 }
 
 bool ListenSocket::receivePdu() {
+    OwnTimer timer;
     const int size = recvToChainFrom(chain_, sender_, 0);
     if (size == 0)
         return false;
+    timer.stop(report_.statistics().ownTimes(), ReceiveCall);
     if (size == DtInetSockStatusError)
         throw NetworkError("cannot receive: " + errorOf(*this));
     if (size < 0)

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "Losses.h"
+#include "PerformanceStats.h"
 #include "Unbundler.h"
 
 namespace RtiqnDis {
@@ -41,6 +42,10 @@ public:
     /// Seconds between the earliest and the latest datagram.
     double duration() const { return latest_s_ - earliest_s_; }
 
+    /// How long this program's own calls took.
+    OrynRti::DtPerformanceStats& ownTimes() { return ownTimes_; }
+    const OrynRti::DtPerformanceStats& ownTimes() const { return ownTimes_; }
+
     /// Whether something incomplete or broken was among the data.
     bool hasDataProblems() const;
 
@@ -53,6 +58,7 @@ private:
     Traffic total_;
     std::map<KindAndSender, Traffic> traffic_;
     std::map<LossAndSender, std::uint64_t> losses_;
+    OrynRti::DtPerformanceStats ownTimes_;
 };
 
 /// The table at the end: traffic by kind and sender with rates, and what was not delivered.

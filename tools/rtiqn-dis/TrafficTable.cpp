@@ -2,6 +2,7 @@
 #include <nlohmann/json.hpp>
 
 #include "Console.h"
+#include "OwnTimes.h"
 #include "PduKinds.h"
 #include "TrafficStatistics.h"
 
@@ -94,6 +95,7 @@ std::string tableText(const TrafficStatistics& statistics) {
     text += formatted(" in %.3f s\n", statistics.duration());
     if (statistics.total().pdus > 0)
         text += trafficText(statistics);
+    text += ownTimeText(statistics.ownTimes(), ReceiveCall);
     return text + lossesText(statistics, "Not delivered");
 }
 
