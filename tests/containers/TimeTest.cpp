@@ -95,7 +95,7 @@ TEST(GlobalClockTest, RacingThreadsCreateAndShareOneClock) {
             while (waiting > 0)
                 std::this_thread::yield();
             DtTimeInit();
-            clock = DtObsoleteGlobalClock;
+            clock = __atomic_load_n(&DtObsoleteGlobalClock, __ATOMIC_ACQUIRE);
             DtSetSimTime(DtGetSimTime() + DtGetApproximateElapsedRealTime());
         });
     for (std::thread& thread : threads)
