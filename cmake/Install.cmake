@@ -4,7 +4,11 @@ include(CMakePackageConfigHelpers)
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/rtiqnutil)
 
-install(TARGETS rtiqnutil EXPORT rtiqnutilTargets
+set(installed rtiqnutil)
+if(TARGET rtiqnutil_static)
+    list(APPEND installed rtiqnutil_static)
+endif()
+install(TARGETS ${installed} EXPORT rtiqnutilTargets
         LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
         ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(DIRECTORY include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/rtiqnutil

@@ -16,6 +16,17 @@ if(RTIQNUTIL_DEVELOPER)
     target_compile_options(rtiqnutil_warnings INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Werror)
 endif()
 
+# Fortified calls need an optimised build, and sanitizers have checks of their own.
+if(RTIQNUTIL_HARDENED AND NOT RTIQNUTIL_SANITIZE)
+    add_compile_options(-fstack-protector-strong -fstack-clash-protection
+                        "$<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:-U_FORTIFY_SOURCE>"
+                        "$<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:-D_FORTIFY_SOURCE=2>")
+    add_link_options(LINKER:-z,relro,-z,now)
+    include(CheckPIESupported)
+    check_pie_supported()
+    set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+endif()
+
 if(RTIQNUTIL_SANITIZE)
     add_compile_options(-fsanitize=${RTIQNUTIL_SANITIZE} -fno-omit-frame-pointer
                         -fno-sanitize-recover=all)
