@@ -48,6 +48,9 @@ public:
 
     int number() const { return number_; }
 
+    /// The caller closes it from now on.
+    int release() { return std::exchange(number_, -1); }
+
 private:
     int number_ = -1;
 };

@@ -1,0 +1,380 @@
+#ifndef RTIQNUTIL_CLISERVERRECORDS_H
+#define RTIQNUTIL_CLISERVERRECORDS_H
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+#include "Export.h"
+
+namespace OrynRti {
+
+/// The records that the packet server and its clients exchange. Numbers are in the order of the
+/// host's bytes; both ends are on one host. IPv4 addresses are in network order, as in
+/// struct in_addr. Every record begins with its kind and the version; the kind fixes the size.
+///
+///     0      1         2
+///    +------+---------+--------//
+///    | kind | version | fields
+///    +------+---------+--------//
+///
+/// A new record is an empty one of its kind, with all fields 0. What the fields are for is told in
+/// docs/packet-server.md.
+enum DtCsKind : uint8_t {
+    DtCsMsgWaiting = 0,
+    DtCsAddClient = 1,
+    DtCsClientPacket = 2,
+    DtCsControlReq = 4,
+    DtCsFilter = 5,
+    DtCsAck = 6,
+    DtCsCliQuota = 7,
+    DtCsServerPacket = 8,
+    DtCsStateReturn = 9,
+    DtCsCStateReturn = 10,
+    DtCsWarning = 11,
+    DtCsNotice = 12,
+    DtCsMulticastReq = 13
+};
+
+constexpr uint8_t theDtCsVersion = 3;
+constexpr int theDtCsTextSize = 160;  ///< Bytes for a name or a text; 160 characters have no end.
+
+/// How a client and the server use the queue: these bits or'ed.
+enum DtCsMode : uint16_t {
+    DtCsRead = 1 << 0,
+    DtCsWrite = 1 << 1,
+    DtCsSvrDropOldest = 1 << 2,
+    DtCsCliDropOldest = 1 << 3,
+    DtCsSvrWait = 1 << 4,
+    DtCsCliWait = 1 << 5,
+    DtCsNotify = 1 << 6,
+    DtCsSvrBlockRead = 1 << 7,
+    DtCsSvrBlockWrite = 1 << 8,
+    DtCsCliBlockRead = 1 << 9,
+    DtCsCliBlockWrite = 1 << 10
+};
+
+enum DtCsClientType : uint8_t { DtCsPacketClient = 0, DtCsControlClient = 1 };
+
+enum DtCsRequest : uint16_t {
+    DtCsAskState = 0,
+    DtCsTurnExternal = 1,
+    DtCsTurnInternal = 2,
+    DtCsStop = 3,
+    DtCsLeave = 4
+};
+
+enum DtCsFilterTest : uint8_t {
+    DtCsTestProtocolVersion = 0,
+    DtCsTestExerciseId = 1,
+    DtCsTestPduKind = 2,
+    DtCsTestSender = 3
+};
+
+enum DtCsFilterAction : uint8_t {
+    DtCsAcceptOnly = 0,  ///< The value; forgets earlier values.
+    DtCsReject = 1,      ///< The value; forgets earlier values.
+    DtCsAddValue = 2,
+    DtCsRemoveValue = 3,
+    DtCsPassAll = 4
+};
+
+enum DtCsAckCode : uint8_t { DtCsReady = 0, DtCsAlive = 1 };
+
+enum DtCsServerMode : uint8_t {
+    DtCsExternal = 0,
+    DtCsInternal = 1,
+    DtCsNotWell = 2  ///< As is every other value.
+};
+
+enum DtCsWarningNumber : uint16_t {
+    DtCsNotUnderstood = 1,
+    DtCsFilterRefused = 2,
+    DtCsGroupRefused = 3,
+    DtCsTooManyGroups = 4
+};
+
+enum DtCsNoticeCode : uint16_t {
+    DtCsNowExternal = 0,
+    DtCsNowInternal = 1,
+    DtCsQuotaExceeded = 2,
+    DtCsPing = 3,
+    DtCsClosing = 4
+};
+
+enum DtCsGroupRequest : uint16_t { DtCsJoinGroup = 0, DtCsLeaveGroup = 1 };
+
+// -------------------------------------------------------------------------------------------
+// Layouts
+
+/// 2 bytes: MsgWaiting and CliQuota have no fields.
+template <DtCsKind Kind>
+struct DtCsEmptyRecord {
+    static constexpr DtCsKind theKind = Kind;
+    uint8_t kind = Kind;
+    uint8_t version = theDtCsVersion;
+};
+using DtCsMsgWaitingRecord = DtCsEmptyRecord<DtCsMsgWaiting>;
+using DtCsCliQuotaRecord = DtCsEmptyRecord<DtCsCliQuota>;
+
+static_assert(sizeof(DtCsMsgWaitingRecord) == 2);
+static_assert(offsetof(DtCsMsgWaitingRecord, version) == 1);
+
+///    +------+---------+------+---------+---------+---------+-----------//
+///    | kind | version | mode | process | queue   | client  | pool name
+///    |      |         | bits | id      | size    | type    |
+///    +------+---------+------+---------+---------+---------+-----------//
+///    0      1         2      4         8         12        16        176
+struct DtCsAddClientRecord {
+    static constexpr DtCsKind theKind = DtCsAddClient;
+    uint8_t kind = theKind;
+    uint8_t version = theDtCsVersion;
+    uint16_t modeBits = 0;
+    int32_t processId = 0;
+    int32_t queueSize = 0;  ///< Bytes of the queue's area of records.
+    int32_t clientType = 0;
+    char poolName[theDtCsTextSize] = {};
+};
+
+static_assert(sizeof(DtCsAddClientRecord) == 176);
+static_assert(offsetof(DtCsAddClientRecord, modeBits) == 2);
+static_assert(offsetof(DtCsAddClientRecord, processId) == 4);
+static_assert(offsetof(DtCsAddClientRecord, queueSize) == 8);
+static_assert(offsetof(DtCsAddClientRecord, clientType) == 12);
+static_assert(offsetof(DtCsAddClientRecord, poolName) == 16);
+
+/// 8 bytes; no longer used, its fields mean nothing.
+struct DtCsClientPacketRecord {
+    static constexpr DtCsKind theKind = DtCsClientPacket;
+    uint8_t kind = theKind;
+    uint8_t version = theDtCsVersion;
+    uint8_t unused[6] = {};
+};
+
+static_assert(sizeof(DtCsClientPacketRecord) == 8);
+
+///    +------+---------+---------+-----------+
+///    | kind | version | request | client id |
+///    +------+---------+---------+-----------+
+///    0      1         2         4           8
+struct DtCsControlReqRecord {
+    static constexpr DtCsKind theKind = DtCsControlReq;
+    uint8_t kind = theKind;
+    uint8_t version = theDtCsVersion;
+    uint16_t request = 0;
+    uint32_t clientId = 0;
+};
+
+static_assert(sizeof(DtCsControlReqRecord) == 8);
+static_assert(offsetof(DtCsControlReqRecord, request) == 2);
+static_assert(offsetof(DtCsControlReqRecord, clientId) == 4);
+
+///    +------+---------+------+--------+-----------+-------+
+///    | kind | version | test | action | client id | value |
+///    +------+---------+------+--------+-----------+-------+
+///    0      1         2      3        4           8      12
+struct DtCsFilterRecord {
+    static constexpr DtCsKind theKind = DtCsFilter;
+    uint8_t kind = theKind;
+    uint8_t version = theDtCsVersion;
+    uint8_t test = 0;
+    uint8_t action = 0;
+    uint32_t clientId = 0;
+    uint32_t value = 0;
+};
+
+static_assert(sizeof(DtCsFilterRecord) == 12);
+static_assert(offsetof(DtCsFilterRecord, test) == 2);
+static_assert(offsetof(DtCsFilterRecord, action) == 3);
+static_assert(offsetof(DtCsFilterRecord, clientId) == 4);
+static_assert(offsetof(DtCsFilterRecord, value) == 8);
+
+///    +------+---------+------+---+-----------+-------+--------+---------+------------+
+///    | kind | version | code |   | client id | read  | missed | process | queue size |
+///    +------+---------+------+---+-----------+-------+--------+---------+------------+
+///    0      1         2      3   4           8       12       16        20          24
+struct DtCsAckRecord {
+    static constexpr DtCsKind theKind = DtCsAck;
+    uint8_t kind = theKind;
+    uint8_t version = theDtCsVersion;
+    uint8_t code = 0;
+    uint8_t unused = 0;
+    uint32_t clientId = 0;
+    uint32_t readCount = 0;
+    uint32_t missedCount = 0;
+    int32_t processId = 0;
+    int32_t queueSize = 0;
+};
+
+static_assert(sizeof(DtCsAckRecord) == 24);
+static_assert(offsetof(DtCsAckRecord, code) == 2);
+static_assert(offsetof(DtCsAckRecord, clientId) == 4);
+static_assert(offsetof(DtCsAckRecord, readCount) == 8);
+static_assert(offsetof(DtCsAckRecord, missedCount) == 12);
+static_assert(offsetof(DtCsAckRecord, processId) == 16);
+static_assert(offsetof(DtCsAckRecord, queueSize) == 20);
+
+///    +------+---------+---+--------+---------+-----------------+--------//
+///    | kind | version |   | packet | sender  | port, sequence  | packet
+///    |      |         |   | length | address | number << 16    |
+///    +------+---------+---+--------+---------+-----------------+--------//
+///    0      1         2   4        8         12               16
+struct DtCsServerPacketRecord {
+    static constexpr DtCsKind theKind = DtCsServerPacket;
+    uint8_t kind = theKind;
+    uint8_t version = theDtCsVersion;
+    uint16_t unused = 0;
+    uint32_t packetLength = 0;  ///< Exact: the record on the queue is padded to a multiple of 8.
+    uint32_t senderAddress = 0;
+    uint32_t portAndSequence = 0;
+};
+
+static_assert(sizeof(DtCsServerPacketRecord) == 16);
+static_assert(offsetof(DtCsServerPacketRecord, packetLength) == 4);
+static_assert(offsetof(DtCsServerPacketRecord, senderAddress) == 8);
+static_assert(offsetof(DtCsServerPacketRecord, portAndSequence) == 12);
+
+///    +------+---------+--------+------+---------+---------+-----------+--------+
+///    | kind | version | server | un-  | packet  | control | most      | server |
+///    |      |         | mode   |bundle| clients | clients | clients   | port   |
+///    +------+---------+--------+------+---------+---------+-----------+--------+
+///    0      1         2        3      4         6         8           12      16
+struct DtCsStateReturnRecord {
+    static constexpr DtCsKind theKind = DtCsStateReturn;
+    uint8_t kind = theKind;
+    uint8_t version = theDtCsVersion;
+    uint8_t serverMode = 0;
+    uint8_t unbundling = 0;
+    uint16_t packetClients = 0;
+    uint16_t controlClients = 0;
+    int32_t maxPacketClients = 0;  ///< Negative for no limit.
+    uint32_t serverPort = 0;
+};
+
+static_assert(sizeof(DtCsStateReturnRecord) == 16);
+static_assert(offsetof(DtCsStateReturnRecord, serverMode) == 2);
+static_assert(offsetof(DtCsStateReturnRecord, unbundling) == 3);
+static_assert(offsetof(DtCsStateReturnRecord, packetClients) == 4);
+static_assert(offsetof(DtCsStateReturnRecord, controlClients) == 6);
+static_assert(offsetof(DtCsStateReturnRecord, maxPacketClients) == 8);
+static_assert(offsetof(DtCsStateReturnRecord, serverPort) == 12);
+
+///    +------+---------+------+--------+---------+--------+---+-----------+---------+
+///    | kind | version | mode | client | filters | groups |   | client id | process |
+///    |      |         | bits | type   |         |        |   |           | id      |
+///    +------+---------+------+--------+---------+--------+---+-----------+---------+
+///    0      1         2      4        5         6        7   8           12       16
+///    +------+----------+---------+---------+------------+---------------+
+///    | sent | received | dropped | dropped | send queue | receive queue |
+///    |      |          | old     | new     | size       | size          |
+///    +------+----------+---------+---------+------------+---------------+
+///    16     20         24        28        32           36             40
+struct DtCsCStateReturnRecord {
+    static constexpr DtCsKind theKind = DtCsCStateReturn;
+    uint8_t kind = theKind;
+    uint8_t version = theDtCsVersion;
+    uint16_t modeBits = 0;
+    uint8_t clientType = 0;
+    uint8_t filterCount = 0;
+    uint8_t groupCount = 0;
+    uint8_t unused = 0;
+    uint32_t clientId = 0;
+    int32_t processId = 0;
+    uint32_t sentCount = 0;
+    uint32_t receivedCount = 0;
+    uint32_t droppedOldCount = 0;
+    uint32_t droppedNewCount = 0;
+    int32_t sendQueueSize = 0;     ///< Bytes.
+    int32_t receiveQueueSize = 0;  ///< Bytes.
+};
+
+static_assert(sizeof(DtCsCStateReturnRecord) == 40);
+static_assert(offsetof(DtCsCStateReturnRecord, modeBits) == 2);
+static_assert(offsetof(DtCsCStateReturnRecord, clientType) == 4);
+static_assert(offsetof(DtCsCStateReturnRecord, filterCount) == 5);
+static_assert(offsetof(DtCsCStateReturnRecord, groupCount) == 6);
+static_assert(offsetof(DtCsCStateReturnRecord, clientId) == 8);
+static_assert(offsetof(DtCsCStateReturnRecord, processId) == 12);
+static_assert(offsetof(DtCsCStateReturnRecord, sentCount) == 16);
+static_assert(offsetof(DtCsCStateReturnRecord, receivedCount) == 20);
+static_assert(offsetof(DtCsCStateReturnRecord, droppedOldCount) == 24);
+static_assert(offsetof(DtCsCStateReturnRecord, droppedNewCount) == 28);
+static_assert(offsetof(DtCsCStateReturnRecord, sendQueueSize) == 32);
+static_assert(offsetof(DtCsCStateReturnRecord, receiveQueueSize) == 36);
+
+///    +------+---------+--------+-------//
+///    | kind | version | number | text
+///    +------+---------+--------+-------//
+///    0      1         2        4     164
+struct DtCsWarningRecord {
+    static constexpr DtCsKind theKind = DtCsWarning;
+    uint8_t kind = theKind;
+    uint8_t version = theDtCsVersion;
+    uint16_t number = 0;
+    char text[theDtCsTextSize] = {};
+};
+
+static_assert(sizeof(DtCsWarningRecord) == 164);
+static_assert(offsetof(DtCsWarningRecord, number) == 2);
+static_assert(offsetof(DtCsWarningRecord, text) == 4);
+
+///    +------+---------+------+
+///    | kind | version | code |
+///    +------+---------+------+
+///    0      1         2      4
+struct DtCsNoticeRecord {
+    static constexpr DtCsKind theKind = DtCsNotice;
+    uint8_t kind = theKind;
+    uint8_t version = theDtCsVersion;
+    uint16_t code = 0;
+};
+
+static_assert(sizeof(DtCsNoticeRecord) == 4);
+static_assert(offsetof(DtCsNoticeRecord, code) == 2);
+
+///    +------+---------+---------+---------+-----------+
+///    | kind | version | request | address | client id |
+///    +------+---------+---------+---------+-----------+
+///    0      1         2         4         8          12
+struct DtCsMulticastReqRecord {
+    static constexpr DtCsKind theKind = DtCsMulticastReq;
+    uint8_t kind = theKind;
+    uint8_t version = theDtCsVersion;
+    uint16_t request = 0;
+    uint32_t address = 0;
+    uint32_t clientId = 0;
+};
+
+static_assert(sizeof(DtCsMulticastReqRecord) == 12);
+static_assert(offsetof(DtCsMulticastReqRecord, request) == 2);
+static_assert(offsetof(DtCsMulticastReqRecord, address) == 4);
+static_assert(offsetof(DtCsMulticastReqRecord, clientId) == 8);
+
+// -------------------------------------------------------------------------------------------
+// Questions about records
+
+/// Bytes of a record of the kind; 0 for an unknown kind.
+DT_EXPORT int DtCsRecordSize(int kind);
+
+/// "AddClient" for 1; null for an unknown kind.
+DT_EXPORT const char* DtCsKindName(int kind);
+
+/// The kind of a record that came from outside, or -1 when it is none: too short for a header, of
+/// an unknown kind, of another version, or of another size than its kind has. A kind that comes
+/// over a queue may have its size rounded up to a multiple of 8, as queues do; a ServerPacket
+/// must have all of its packet behind it.
+DT_EXPORT int DtCsKindOf(const void* bytes, int length);
+
+/// Copies a record from outside; false, and `record` stays as it is, when the bytes are not a
+/// record of its kind.
+template <typename Record>
+bool DtCsReadRecord(const void* bytes, int length, Record& record) {
+    if (DtCsKindOf(bytes, length) != Record::theKind)
+        return false;
+    std::memcpy(&record, bytes, sizeof record);
+    return true;
+}
+
+}  // namespace OrynRti
+
+#endif
