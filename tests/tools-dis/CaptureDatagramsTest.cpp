@@ -4,13 +4,14 @@
 
 #include "CaptureDatagrams.h"
 #include "Errors.h"
+#include "support/Files.h"
 #include "tools-dis/Packets.h"
-#include "tools-dis/TestFolder.h"
 
 namespace RtiqnDis {
 namespace {
 
 using namespace Tests;
+using namespace OrynRti::Tests;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;

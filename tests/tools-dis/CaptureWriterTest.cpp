@@ -4,14 +4,15 @@
 #include "CaptureDatagrams.h"
 #include "CaptureWriter.h"
 #include "Errors.h"
+#include "support/Files.h"
 #include "tools-dis/Packets.h"
-#include "tools-dis/TestFolder.h"
 
 namespace RtiqnDis {
 namespace {
 
 using namespace OrynRti;
 using namespace Tests;
+using namespace OrynRti::Tests;
 
 /// The sum of 16-bit words that a right checksum brings to 0xFFFF.
 std::uint32_t wordSum(const std::string& bytes) {

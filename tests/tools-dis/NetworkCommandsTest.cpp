@@ -14,7 +14,7 @@ using testing::IsEmpty;
 using testing::SizeIs;
 
 std::string harbour() {
-    return samplePath("harbour.pcap");
+    return dataPath("dis/harbour.pcap");
 }
 
 /// The PDUs without when and whence they came, which differ between a capture and the network; the

@@ -16,7 +16,7 @@ using testing::Not;
 using testing::SizeIs;
 
 std::string harbour() {
-    return samplePath("harbour.pcap");
+    return dataPath("dis/harbour.pcap");
 }
 
 json countsOf(const json& summary, const char* rows, const char* key, const char* count) {
@@ -147,7 +147,7 @@ TEST(ReadCommand, RefusesOptionsThatMakeNoSense) {
 TEST(ReadCommand, ReadsWhatTheScriptOfTheSampleMakes) {
     const TemporaryFolder folder;
     const std::string made = folder.path("made.pcap");
-    const std::string command = "'" + samplePath("make-capture") + "' '" + made + "'";
+    const std::string command = "'" + dataPath("dis/make-capture") + "' '" + made + "'";
     ASSERT_EQ(std::system(command.c_str()), 0);
     EXPECT_TRUE(readFile(made) == readFile(harbour()));
 }

@@ -6,6 +6,7 @@
 #include <sys/wait.h>
 #include <vector>
 
+#include "support/Program.h"
 #include "tools/ModuleFile.h"
 
 namespace RtiqnFom {
@@ -15,14 +16,8 @@ using testing::AllOf;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::StartsWith;
+using Tests::Outcome;
 using Tests::samplePath;
-
-/// What the program left.
-struct Outcome {
-    int status;
-    std::string out;
-    std::string err;
-};
 
 /// Runs the program as a process of its own with these words, which the shell reads: they may send
 /// its output elsewhere.
@@ -31,8 +26,8 @@ Outcome run(const std::string& words) {
     const int status = std::system(
         (RTIQN_FOM_PROGRAM " >" + folder.path("out") + " 2>" + folder.path("err") + " " + words)
             .c_str());
-    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, Tests::readText(folder.path("out")),
-            Tests::readText(folder.path("err"))};
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, Tests::readFile(folder.path("out")),
+            Tests::readFile(folder.path("err"))};
 }
 
 /// A command on all the modules that merge.
@@ -96,21 +91,21 @@ TEST(Commands, AWrittenModelReadsBackToTheSameTables) {
     EXPECT_EQ(totalsOf("merge " + path), totalsOf(harbour("merge")));
 
     const Outcome piped = run(harbour("merge --output -"));
-    EXPECT_EQ(piped.out, Tests::readText(path));
+    EXPECT_EQ(piped.out, Tests::readFile(path));
     EXPECT_THAT(piped.err, HasSubstr("6 modules merged")) << "the summary makes way";
 }
 
 TEST(Commands, NoModelIsWrittenByADryRunOrAFailedMerge) {
     const Tests::TemporaryFolder folder;
     const std::string path = folder.path("merged.xml");
-    Tests::writeText(path, "as it was");
+    Tests::writeFile(path, "as it was");
     const std::string merge = harbour("merge --output " + path);
     EXPECT_EQ(run(merge + "--dry-run").status, 0);
     const Outcome failed = run(merge + "--join " + samplePath("HarbourConflict.xml"));
     EXPECT_EQ(failed.status, 1);
     EXPECT_THAT(failed.out, HasSubstr("6 of 7 modules merged, 1 refused with 4 conflicts"));
     EXPECT_THAT(failed.err, HasSubstr(path + " is not written"));
-    EXPECT_EQ(Tests::readText(path), "as it was");
+    EXPECT_EQ(Tests::readFile(path), "as it was");
 }
 
 TEST(Commands, OptionsChangeWhatConflicts) {
@@ -219,9 +214,9 @@ TEST(Commands, AClosedPipeIsNoticed) {
     const std::string script = "(" RTIQN_FOM_PROGRAM " show " + samplePath("HarbourBase.xml") +
                                " 2>/dev/null; echo $? >" + status.path() + ") | exec true";
     // The reader may end before or behind the write: a few tries see a closed pipe.
-    for (int i = 0; i < 50 && Tests::readText(status.path()) != "3\n"; ++i)
+    for (int i = 0; i < 50 && Tests::readFile(status.path()) != "3\n"; ++i)
         ASSERT_NE(std::system(script.c_str()), -1);
-    EXPECT_EQ(Tests::readText(status.path()), "3\n");
+    EXPECT_EQ(Tests::readFile(status.path()), "3\n");
 }
 
 }  // namespace

@@ -1,48 +1,19 @@
 #ifndef TESTS_TOOLS_MODULE_FILE_H
 #define TESTS_TOOLS_MODULE_FILE_H
 
-#include <filesystem>
-#include <fstream>
-#include <gtest/gtest.h>
-#include <sstream>
-#include <stdexcept>
-#include <stdlib.h>
 #include <string>
 #include <vector>
 
+#include "support/Files.h"
+
 namespace RtiqnFom::Tests {
 
-/// A folder of the test's own, removed with all that is in it.
-class TemporaryFolder {
-public:
-    TemporaryFolder() : path_(::testing::TempDir() + "rtiqn-fom.XXXXXX") {
-        if (!::mkdtemp(path_.data()))
-            throw std::runtime_error("cannot make a folder for the test");
-    }
-    ~TemporaryFolder() { std::filesystem::remove_all(path_); }
-    TemporaryFolder(const TemporaryFolder&) = delete;
-    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-
-    std::string path(const std::string& name) const { return path_ + "/" + name; }
-
-private:
-    std::string path_;
-};
-
-inline void writeText(const std::string& path, const std::string& text) {
-    std::ofstream(path, std::ios::binary) << text;
-}
-
-inline std::string readText(const std::string& path) {
-    std::ostringstream text;
-    text << std::ifstream(path, std::ios::binary).rdbuf();
-    return text.str();
-}
+using namespace OrynRti::Tests;
 
 /// A file that holds the text, as long as this lives.
 class ModuleFile {
 public:
-    explicit ModuleFile(const std::string& text) { writeText(path(), text); }
+    explicit ModuleFile(const std::string& text) { writeFile(path(), text); }
     std::string path() const { return folder_.path("module.xml"); }
 
 private:
@@ -51,8 +22,7 @@ private:
 
 /// A module of the sample federation.
 inline std::string samplePath(const std::string& name) {
-    const auto project = std::filesystem::path(__FILE__).parent_path().parent_path().parent_path();
-    return (project / "data" / "fom" / name).string();
+    return dataPath("fom/" + name);
 }
 
 /// The modules of the sample federation that merge without conflict.

@@ -134,6 +134,20 @@ TEST(OmtReaderTest, WhatComesTwiceIsToldAndTheFirstStays) {
     EXPECT_TRUE(module.target.switchValue("autoProvide"));
 }
 
+TEST(OmtReaderTest, FindsARepeatedMemberAmongManyOfAClassThatComesInParts) {
+    const std::string begin = "<objectClass name='R'>\n";
+    std::string text = "<objects>" + begin;
+    for (int i = 0; i < 100; ++i)
+        text += "<attribute name='A" + std::to_string(i) + "'/>\n" +
+                (i % 10 == 9 ? "</objectClass>" + begin : "");
+    text += "<attribute name='A3'/>\n<attribute name='A99'/>\n</objectClass></objects>";
+    const ReadModule module = read(moduleOf(text));
+    EXPECT_THAT(told(module),
+                ElementsAre(StartsWith("failure 113: attribute of R: \"A3\" comes"),
+                            StartsWith("failure 114: attribute of R: \"A99\" comes")));
+    EXPECT_THAT((*module.target.objectClasses().begin())->attributes, SizeIs(100));
+}
+
 TEST(OmtReaderTest, SwitchesAreStatedOnlyWithAValue) {
     const char* elements =
         "<switches><autoProvide isEnabled='1'/><serviceReporting isEnabled='NA'/>"

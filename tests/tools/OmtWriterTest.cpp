@@ -226,11 +226,11 @@ TEST(WholeFileTest, ReplacesAFileAndKeepsItsRightsAndLinks) {
     const TemporaryFolder folder;
     const std::string path = folder.path("out.xml");
     writeWholeFile(path, writeHello);
-    EXPECT_EQ(readText(path), "hello");
+    EXPECT_EQ(readFile(path), "hello");
     ::chmod(path.c_str(), 0640);
     ASSERT_EQ(::symlink("out.xml", folder.path("link").c_str()), 0);
     writeWholeFile(folder.path("link"), [](std::ostream& out) { out << "again"; });
-    EXPECT_EQ(readText(path), "again");
+    EXPECT_EQ(readFile(path), "again");
     EXPECT_TRUE(std::filesystem::is_symlink(folder.path("link")));
     struct stat status;
     ASSERT_EQ(::stat(path.c_str(), &status), 0);
@@ -239,13 +239,13 @@ TEST(WholeFileTest, ReplacesAFileAndKeepsItsRightsAndLinks) {
 
 TEST(WholeFileTest, AFailureLeavesWhatWasThereAndNothingElse) {
     const TemporaryFolder folder;
-    writeText(folder.path("out.xml"), "before");
+    writeFile(folder.path("out.xml"), "before");
     const auto fail = [](std::ostream& out) {
         out << std::string(1 << 17, 'x');
         throw std::runtime_error("no more");
     };
     EXPECT_THROW(writeWholeFile(folder.path("out.xml"), fail), std::runtime_error);
-    EXPECT_EQ(readText(folder.path("out.xml")), "before");
+    EXPECT_EQ(readFile(folder.path("out.xml")), "before");
     const std::filesystem::directory_iterator entries(folder.path(""));
     EXPECT_EQ(std::distance(begin(entries), end(entries)), 1);
 }
@@ -270,7 +270,7 @@ TEST(WholeFileTest, AnOpenDescriptorIsWrittenWhereItStands) {
     std::fflush(file);
     writeWholeFile("/dev/fd/" + std::to_string(::fileno(file)), writeHello);
     std::fclose(file);
-    EXPECT_EQ(readText(folder.path("out.txt")), "before hello");
+    EXPECT_EQ(readFile(folder.path("out.txt")), "before hello");
 }
 
 }  // namespace

@@ -2,28 +2,23 @@
 
 #include <CLI/CLI.hpp>
 #include <cmath>
-#include <csignal>
-#include <functional>
 #include <memory>
-#include <sstream>
 #include <string>
 
-#include "Console.h"
+#include "CliServer.h"
 #include "Errors.h"
 #include "ListenCommand.h"
-#include "Print.h"
 #include "ReadCommand.h"
 #include "ReplayCommand.h"
 #include "ReportArguments.h"
 #include "SendCommand.h"
+#include "common/ProgramRun.h"
 
 namespace RtiqnDis {
 
 using namespace OrynRti;
 
 namespace {
-
-constexpr const char* theVersion = "22.0.0";
 
 constexpr const char* theDescription =
     "Listens to DIS traffic, records it, replays and reads recorded traffic, and sends some.\n"
@@ -44,13 +39,18 @@ constexpr const char* theFooter =
     "  rtiqn-dis read exercise.pcap                     show what a capture file holds\n"
     "  rtiqn-dis read --kind fire,detonation --format ndjson exercise.pcap\n"
     "  rtiqn-dis listen --exercise 7 --write exercise.pcap\n"
+    "  rtiqn-dis listen --via-server 12 --exercise 7    through the packet server with key 12\n"
     "  rtiqn-dis replay exercise.pcap --to 192.0.2.255 --speed 2\n"
     "  rtiqn-dis send --to 239.1.2.3:3000 --entities 20 --rate 5 --bundle 1400";
 
 constexpr const char* theListenDescription =
     "Shows the PDUs that arrive, a line for each, until it is interrupted; then a table by kind "
     "and\n"
-    "sender and the counts of what was not delivered. --port 0 lets the system choose a port.";
+    "sender and the counts of what was not delivered. --port 0 lets the system choose a port.\n"
+    "\n"
+    "With --via-server the PDUs come from the packet server of this host that has the key, which\n"
+    "reads the network for any number of programs, and takes the selection as filters. It splits\n"
+    "datagrams: each PDU then counts as one. When it ends, its successor is waited for.";
 
 constexpr const char* theReplayDescription =
     "Sends the datagrams of a capture file (pcap or pcapng) again, with the pauses they came with.";
@@ -68,13 +68,34 @@ constexpr const char* theReadFooter =
     "and\n"
     "\"count\". A PDU and the coupled Attribute PDU behind it count as one.";
 
-using Command = std::function<int()>;
-using Choose = std::function<void(Command)>;
-
 std::string positiveComplaint(const std::string& text) {
     double value = 0;
     const bool good = CLI::detail::lexical_cast(text, value) && std::isfinite(value) && value > 0;
     return good ? std::string() : "'" + text + "' is not a number above 0";
+}
+
+void addServer(CLI::App& command, ListenOptions& options) {
+    CLI::Option* server = command.add_option("--via-server", options.serverKey,
+                                             "Listen through the packet server with that key");
+    server->check(CLI::Range(0, 99999))->option_text("KEY");
+    for (const char* network : {"--bind", "--device", "--port"})
+        server->excludes(command.get_option(network));
+    command.add_flag("--wait", options.waitForServer, "Wait for the packet server to come up")
+        ->needs(server)
+        ->option_text(" ");
+    command
+        .add_flag("--allow-others", options.allowOthers,
+                  "Let programs of every user at the queue: for a server of another user")
+        ->needs(server)
+        ->option_text(" ");
+    command
+        .add_option_function<std::string>("--server-directory",
+                                          [](const std::string& path) {
+                                              if (!DtSetPacketServerDirectory(DtString(path)))
+                                                  throw CLI::ValidationError("--server-directory",
+                                                                             "is too long");
+                                          })
+        ->group("");  // for tests
 }
 
 void addListen(CLI::App& app, const Choose& choose) {
@@ -97,6 +118,7 @@ void addListen(CLI::App& app, const Choose& choose) {
         ->add_option("--write", options->recordPath,
                      "Record all datagrams of the port in a capture file, as they arrived")
         ->option_text("FILE.pcap");
+    addServer(*command, *options);
     command->final_callback(
         [options, choose] { choose([options] { return runListen(*options); }); });
 }
@@ -196,57 +218,18 @@ void addSend(CLI::App& app, const Choose& choose) {
     command->final_callback([options, choose] { choose([options] { return runSend(*options); }); });
 }
 
-int runChosen(const Command& command) {
-    try {
-        return command();
-    } catch (const FileError& error) {
-        printError(error.what());
-        return theFileError;
-    } catch (const NetworkError& error) {
-        printError(error.what());
-        return theNetworkFailure;
-    } catch (const UsageError& error) {
-        printError(error.what());
-        return theUsageError;
-    }
-}
-
-/// Help and version are asked for; anything else that CLI11 throws is wrong usage.
-int answer(const CLI::App& app, const CLI::ParseError& error) {
-    std::ostringstream result;
-    std::ostringstream complaint;
-    if (app.exit(error, result, complaint) == 0) {
-        return runChosen([&] {
-            writeOutput(result.str());
-            flushOutput();
-            return theSuccess;
-        });
-    }
-    printError(complaint.str());
-    return theUsageError;
-}
-
 }  // namespace
 
 int runProgram(int argc, const char* const* argv) {
-    std::signal(SIGPIPE, SIG_IGN);
-    DtSetQuarnPrinter(&DtStandardErrorConsole);
     CLI::App app(theDescription, "rtiqn-dis");
-    app.set_version_flag("--version", theVersion);
     app.footer(theFooter);
-    app.require_subcommand(1);
     Command command;
     const Choose choose = [&](Command chosen) { command = std::move(chosen); };
     addListen(app, choose);
     addReplay(app, choose);
     addRead(app, choose);
     addSend(app, choose);
-    try {
-        app.parse(argc, argv);
-    } catch (const CLI::ParseError& error) {
-        return answer(app, error);
-    }
-    return runChosen(command);
+    return RtiqnTools::runProgram(app, argc, argv, command);
 }
 
 }  // namespace RtiqnDis

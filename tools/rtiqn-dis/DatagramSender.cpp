@@ -1,10 +1,10 @@
 #include "DatagramSender.h"
 
-#include "Console.h"
 #include "Errors.h"
 #include "OwnTimes.h"
-#include "Targets.h"
 #include "Unbundler.h"
+#include "common/Addresses.h"
+#include "common/Console.h"
 
 namespace RtiqnDis {
 

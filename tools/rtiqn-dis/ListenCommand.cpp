@@ -4,60 +4,34 @@
 #include <chrono>
 #include <exception>
 #include <memory>
-#include <optional>
 #include <poll.h>
 #include <stdexcept>
 
-#include "Console.h"
 #include "Errors.h"
-#include "ListenSocket.h"
-#include "StopSignals.h"
-#include "Targets.h"
+#include "NetworkSource.h"
+#include "ServerSource.h"
+#include "common/Console.h"
+#include "common/StopSignals.h"
 
 namespace RtiqnDis {
-
-using namespace OrynRti;
 
 namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr unsigned int theReceiveBuffer_bytes = 8U << 20;
-
-/// The address to listen on: the one asked for, else all of the family of the groups.
-DtInetAddr localAddress(const ListenOptions& options, const std::vector<DtInetAddr>& groups) {
-    const DtInetAddr local =
-        options.bind.empty()
-            ? DtInetAddr::inaddrAny(groups.empty() ? DtInetUtils::IPv4 : groups.front().family())
-            : parseAddress(options.bind);
-    for (const DtInetAddr& group : groups)
-        if (group.family() != local.family())
-            throw UsageError("IPv4 and IPv6 cannot be listened to at once: group " +
-                             textOf(group.toDtString()) + ", address " +
-                             textOf(local.toDtString()));
-    return local;
-}
-
-std::vector<DtInetAddr> parseGroups(const std::vector<std::string>& texts) {
-    std::vector<DtInetAddr> groups;
-    for (const std::string& text : texts) {
-        groups.push_back(parseAddress(text));
-        if (!groups.back().isMulticast())
-            throw UsageError("'" + text + "' is no multicast group");
-    }
-    return groups;
+std::unique_ptr<PduSource> openSource(const ListenOptions& options, PduReport& report,
+                                      CaptureWriter* record) {
+    if (options.serverKey < 0)
+        return std::make_unique<NetworkSource>(options, report, record);
+    return std::make_unique<ServerSource>(options, report, record);
 }
 
 class Listener {
 public:
-    Listener(const ListenOptions& options, PduReport& report)
-        : options_(options), report_(report), groups_(parseGroups(options.groups)) {
+    Listener(const ListenOptions& options, PduReport& report) : options_(options), report_(report) {
         if (!options.recordPath.empty())
             record_ = std::make_unique<CaptureWriter>(options.recordPath);
-        const DtInetEndpoint local(localAddress(options, groups_), options.report.port, DtInetUdp);
-        socket_.emplace(local, openDevice(options.device).release(), options.report.selection,
-                        report, record_.get());
-        open();
+        source_ = openSource(options, report, record_.get());
     }
 
     /// Until an end that the options name, or a signal.
@@ -72,24 +46,9 @@ public:
         flush();
     }
 
-    void reportLosses() { socket_->reportLosses(); }
+    void reportLosses() { source_->reportLosses(); }
 
 private:
-    void open() {
-        socket_->setReceiveBufferSize(theReceiveBuffer_bytes);
-        if (!socket_->openSocket())
-            throw NetworkError("cannot listen on " +
-                               textOf(socket_->localEndpoint().toDtString(false)) + ": " +
-                               errorOf(*socket_));
-        for (const DtInetAddr& group : groups_)
-            if (!socket_->joinMulticastGroup(group, socket_->hostIf()))
-                throw NetworkError("cannot join group " + textOf(group.toDtString()) + ": " +
-                                   errorOf(*socket_));
-        if (socket_->pollDescriptor() < 0)
-            throw NetworkError("cannot wait for datagrams: " + errorOf(*socket_));
-        printError("listening on " + textOf(socket_->localEndpoint().toDtString(false)));
-    }
-
     bool isOver(Clock::time_point start) const {
         return StopSignals::requested() || report_.isFull() ||
                (options_.duration_s > 0 && remaining_s(start) <= 0);
@@ -100,7 +59,7 @@ private:
     }
 
     void drain(Clock::time_point start) {
-        while (!isOver(start) && socket_->receivePdu()) {
+        while (!isOver(start) && source_->receive()) {
         }
     }
 
@@ -112,19 +71,18 @@ private:
     }
 
     void wait(Clock::time_point start) {
-        constexpr double longest_s = 3600;
+        const double longest_s = source_->longestWait_s();
         const double wait_s =
             options_.duration_s > 0 ? std::clamp(remaining_s(start), 0.0, longest_s) : longest_s;
-        pollfd events[] = {{socket_->pollDescriptor(), POLLIN, 0},
+        pollfd events[] = {{source_->descriptor(), POLLIN, 0},
                            {StopSignals::descriptor(), POLLIN, 0}};
         ::poll(events, 2, static_cast<int>(wait_s * 1000) + 1);
     }
 
     const ListenOptions& options_;
     PduReport& report_;
-    std::vector<DtInetAddr> groups_;
     std::unique_ptr<CaptureWriter> record_;
-    std::optional<ListenSocket> socket_;
+    std::unique_ptr<PduSource> source_;
 };
 
 }  // namespace

@@ -15,6 +15,9 @@ struct ListenOptions {
     std::vector<std::string> groups;
     double duration_s = 0;  ///< 0 for no end
     std::string recordPath;
+    int serverKey = -1;          ///< of a packet server; -1 to listen on the network
+    bool waitForServer = false;  ///< also for the first one
+    bool allowOthers = false;    ///< lets a server of another user in
 };
 
 /// Receives and writes PDUs until one of the ends that the options name, or a signal. The exit

@@ -2,7 +2,7 @@
 
 #include "Errors.h"
 #include "OwnTimes.h"
-#include "Targets.h"
+#include "common/Addresses.h"
 
 namespace RtiqnDis {
 

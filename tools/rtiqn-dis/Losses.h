@@ -21,6 +21,10 @@ enum class Loss : int {
     QueuedTooLarge,
     QueueFull,
     KernelDropped,
+    // Between the packet server and this program.
+    ServerOverwritten,
+    ServerUnwritten,
+    ServerUnreadable,
     // In a capture file.
     CutOff,
     FragmentsMissing,

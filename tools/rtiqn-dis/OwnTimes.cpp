@@ -1,8 +1,10 @@
 #include "OwnTimes.h"
 
-#include "Console.h"
+#include "common/Console.h"
 
 namespace RtiqnDis {
+
+using namespace RtiqnTools;
 
 std::string ownTimeText(const OrynRti::DtPerformanceStats& times, OwnTime which) {
     const OrynRti::DtTimeStatistic& time = times.stat(which);

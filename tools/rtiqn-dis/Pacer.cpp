@@ -5,9 +5,11 @@
 #include <poll.h>
 #include <unistd.h>
 
-#include "StopSignals.h"
+#include "common/StopSignals.h"
 
 namespace RtiqnDis {
+
+using namespace RtiqnTools;
 
 namespace {
 

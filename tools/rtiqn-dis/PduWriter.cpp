@@ -2,10 +2,12 @@
 
 #include <nlohmann/json.hpp>
 
-#include "Console.h"
 #include "PduKinds.h"
+#include "common/Console.h"
 
 namespace RtiqnDis {
+
+using namespace RtiqnTools;
 
 namespace {
 

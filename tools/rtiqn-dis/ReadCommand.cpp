@@ -3,10 +3,12 @@
 #include <map>
 
 #include "CaptureDatagrams.h"
-#include "Console.h"
-#include "StopSignals.h"
+#include "common/Console.h"
+#include "common/StopSignals.h"
 
 namespace RtiqnDis {
+
+using namespace RtiqnTools;
 
 namespace {
 

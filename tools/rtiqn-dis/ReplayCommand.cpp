@@ -4,12 +4,12 @@
 #include <vector>
 
 #include "CaptureDatagrams.h"
-#include "Console.h"
 #include "Errors.h"
 #include "Pacer.h"
-#include "StopSignals.h"
 #include "TrafficStatistics.h"
 #include "Unbundler.h"
+#include "common/Console.h"
+#include "common/StopSignals.h"
 
 namespace RtiqnDis {
 

@@ -1,11 +1,11 @@
 #include "SendCommand.h"
 
-#include "Console.h"
 #include "EntityStatePdu.h"
 #include "Errors.h"
 #include "Pacer.h"
-#include "StopSignals.h"
 #include "Time.h"
+#include "common/Console.h"
+#include "common/StopSignals.h"
 
 namespace RtiqnDis {
 

@@ -29,7 +29,8 @@ void TrafficStatistics::addDatagram(std::size_t size_bytes, double time_s) {
 }
 
 void TrafficStatistics::addPdu(const BundledPdu& pdu, const std::string& sender) {
-    for (Traffic* traffic : {&total_, &rowOf(traffic_, {pdu.header.kind, sender})}) {
+    Traffic& row = rowOf(traffic_, {pdu.header.kind, sender});
+    for (Traffic* traffic : {&total_, &row}) {
         ++traffic->pdus;
         traffic->bytes += pdu.size_bytes;
     }

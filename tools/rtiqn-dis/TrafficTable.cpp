@@ -1,12 +1,14 @@
 #include <algorithm>
 #include <nlohmann/json.hpp>
 
-#include "Console.h"
 #include "OwnTimes.h"
 #include "PduKinds.h"
 #include "TrafficStatistics.h"
+#include "common/Console.h"
 
 namespace RtiqnDis {
+
+using namespace RtiqnTools;
 
 namespace {
 

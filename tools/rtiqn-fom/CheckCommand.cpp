@@ -4,10 +4,11 @@
 #include <sstream>
 
 #include "Conflicts.h"
-#include "Console.h"
 #include "DatatypeWarnings.h"
+#include "Errors.h"
 #include "ModuleReading.h"
 #include "Words.h"
+#include "common/Console.h"
 
 namespace RtiqnFom {
 
@@ -122,7 +123,7 @@ int runCheck(const std::vector<std::string>& paths) {
     CheckReport report;
     const int status =
         readModules(paths, [&](LoadedModule module) { report.add(std::move(module)); });
-    writeStandardOutput(report.text());
+    writeWholeOutput(report.text());
     return std::max<int>(status, report.failed() ? theFailure : theSuccess);
 }
 

@@ -1,6 +1,9 @@
 #ifndef RTIQN_FOM_CLASS_COLLECTOR_H
 #define RTIQN_FOM_CLASS_COLLECTOR_H
 
+#include <algorithm>
+#include <cstddef>
+#include <map>
 #include <string>
 #include <unordered_map>
 #include <utility>
@@ -27,18 +30,42 @@ public:
         return classes_[found->second];
     }
 
-    /// Where this member of the class came first; null, and remembered, when it is new.
-    const Place* earlierMember(const Class& owner, const std::string& member, const Place& place) {
-        const auto [found, isNew] = members_.emplace(owner.name + "\n" + member, place);
-        return isNew ? nullptr : &found->second;
+    /// The member of that name among `members`, those of one kind that `owner` has so far; null
+    /// when there is none.
+    template <typename Member>
+    const Member* memberOf(const Class& owner, const std::vector<Member>& members,
+                           const std::string& kind, const std::string& name) {
+        if (members.size() > theFewMembers)
+            return memberIndexes_[{&owner - classes_.data(), kind}].find(members, name);
+        const auto found = std::find_if(members.begin(), members.end(),
+                                        [&](const Member& member) { return member.name == name; });
+        return found == members.end() ? nullptr : &*found;
     }
 
     std::vector<Class> take() { return std::move(classes_); }
 
 private:
+    /// So many are sooner compared one by one.
+    static constexpr std::size_t theFewMembers = 16;
+
+    /// Finds the members of a class that has many; new ones are taken up when it is next asked.
+    class MemberIndex {
+    public:
+        template <typename Member>
+        const Member* find(const std::vector<Member>& members, const std::string& name) {
+            for (std::size_t i = indexes_.size(); i < members.size(); ++i)
+                indexes_.emplace(members[i].name, i);
+            const auto found = indexes_.find(name);
+            return found == indexes_.end() ? nullptr : &members[found->second];
+        }
+
+    private:
+        std::unordered_map<std::string, std::size_t> indexes_;
+    };
+
     std::vector<Class> classes_;
     std::unordered_map<std::string, std::size_t> indexes_;
-    std::unordered_map<std::string, Place> members_;
+    std::map<std::pair<std::ptrdiff_t, std::string>, MemberIndex> memberIndexes_;
 };
 
 }  // namespace RtiqnFom

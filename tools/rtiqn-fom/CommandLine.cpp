@@ -1,14 +1,10 @@
 #include "CommandLine.h"
 
 #include <CLI/CLI.hpp>
-#include <csignal>
-#include <exception>
-#include <functional>
+#include <memory>
 #include <string>
 
 #include "CheckCommand.h"
-#include "Console.h"
-#include "Errors.h"
 #include "FedTarget.h"
 #include "Federation.h"
 #include "MergeCommand.h"
@@ -16,14 +12,14 @@
 #include "ShowCommand.h"
 #include "Vocabulary.h"
 #include "Words.h"
+#include "common/ProgramRun.h"
 
 namespace RtiqnFom {
 
 using namespace OrynRti;
+using namespace RtiqnTools;
 
 namespace {
-
-constexpr const char* theVersion = "22.0.0";
 
 constexpr const char* theDescription =
     "Merges the modules of a federation object model (FOM), shows one, or checks some.\n"
@@ -97,7 +93,7 @@ std::uint64_t maskOf(const std::vector<std::string>& names) {
     return mask;
 }
 
-void addMerge(CLI::App& app, const std::function<void(std::function<int()>)>& choose) {
+void addMerge(CLI::App& app, const Choose& choose) {
     CLI::App* command = app.add_subcommand("merge", theMergeDescription);
     command->footer(theMergeFooter);
     struct Values {
@@ -143,14 +139,14 @@ void addMerge(CLI::App& app, const std::function<void(std::function<int()>)>& ch
     });
 }
 
-void addShow(CLI::App& app, const std::function<void(std::function<int()>)>& choose) {
+void addShow(CLI::App& app, const Choose& choose) {
     CLI::App* command = app.add_subcommand("show", "Prints every table of a module, a row a line.");
     const auto path = std::make_shared<std::string>();
     command->add_option("MODULE", *path, "The module")->required()->option_text(" ");
     command->callback([path, choose] { choose([path] { return runShow(*path); }); });
 }
 
-void addCheck(CLI::App& app, const std::function<void(std::function<int()>)>& choose) {
+void addCheck(CLI::App& app, const Choose& choose) {
     CLI::App* command = app.add_subcommand(
         "check",
         "Checks each module by itself. Malformed rows, rows that come twice, update rates of zero\n"
@@ -171,56 +167,19 @@ void addVerbosity(CLI::App& app) {
     }
 }
 
-int runChosen(const std::function<int()>& command) {
-    try {
-        return command();
-    } catch (const MalformedModule& error) {
-        printError(error.what());
-        return theMalformed;
-    } catch (const FileError& error) {
-        printError(error.what());
-        return theFileError;
-    }
-}
-
-/// Help and version are asked for; anything else that CLI11 throws is wrong usage.
-int answer(const CLI::App& app, const CLI::ParseError& error) {
-    std::ostringstream result;
-    std::ostringstream complaint;
-    if (app.exit(error, result, complaint) == 0) {
-        return runChosen([&] {
-            writeStandardOutput(result.str());
-            return theSuccess;
-        });
-    }
-    std::string text = complaint.str();
-    text.erase(text.find_last_not_of('\n') + 1);
-    printError(text);
-    return theUsageError;
-}
-
 }  // namespace
 
 int runProgram(int argc, const char* const* argv) {
-    std::signal(SIGPIPE, SIG_IGN);
-    DtSetQuarnPrinter(&DtStandardErrorConsole);
     CLI::App app(theDescription, "rtiqn-fom");
-    app.set_version_flag("--version", theVersion);
     app.footer(theExitStatuses + theExamples);
-    app.require_subcommand(1);
     app.get_formatter()->column_width(26);
-    std::function<int()> command;
-    const auto choose = [&](std::function<int()> chosen) { command = std::move(chosen); };
+    Command command;
+    const Choose choose = [&](Command chosen) { command = std::move(chosen); };
     addMerge(app, choose);
     addShow(app, choose);
     addCheck(app, choose);
     addVerbosity(app);
-    try {
-        app.parse(argc, argv);
-    } catch (const CLI::ParseError& error) {
-        return answer(app, error);
-    }
-    return runChosen(command);
+    return RtiqnTools::runProgram(app, argc, argv, command);
 }
 
 }  // namespace RtiqnFom

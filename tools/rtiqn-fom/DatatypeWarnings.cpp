@@ -91,7 +91,7 @@ public:
     }
 
     void add(const std::string& datatype, const Place& place) {
-        if (datatype.empty() || defined_.count(datatype))
+        if (isDefined(datatype))
             return;
         const auto [found, isNew] = indexes_.emplace(datatype, unresolved_.size());
         if (isNew)
@@ -100,8 +100,9 @@ public:
     }
 
     void add(const DtString& datatype, DtMergeFomTableMask table, const DtString& row) {
-        if (!datatype.isEmpty())
-            add(textOf(datatype), target_.place(table, textOf(row)));
+        const std::string name = textOf(datatype);
+        if (!isDefined(name))
+            add(name, target_.place(table, textOf(row)));
     }
 
     std::vector<std::string> sentences() const {
@@ -118,6 +119,11 @@ private:
         Place first;
         std::size_t count;
     };
+
+    /// A row that names no datatype uses none that would have to be defined.
+    bool isDefined(const std::string& datatype) const {
+        return datatype.empty() || defined_.count(datatype) != 0;
+    }
 
     const FomTarget& target_;
     std::unordered_set<std::string> defined_;

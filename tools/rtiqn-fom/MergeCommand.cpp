@@ -4,7 +4,7 @@
 #include <iostream>
 #include <sstream>
 
-#include "Console.h"
+#include "Errors.h"
 #include "Federation.h"
 #include "JsonReport.h"
 #include "ModuleReading.h"
@@ -12,6 +12,7 @@
 #include "Print.h"
 #include "Report.h"
 #include "WholeFile.h"
+#include "common/Console.h"
 
 namespace RtiqnFom {
 
@@ -42,7 +43,7 @@ std::string documentOf(const FomTarget& target) {
     return document.str();
 }
 
-void writeOutput(const MergeOptions& options, const Federation& federation) {
+void writeFom(const MergeOptions& options, const Federation& federation) {
     if (options.output.empty() || options.dryRun)
         return;
     if (!federation.succeeded()) {
@@ -51,7 +52,7 @@ void writeOutput(const MergeOptions& options, const Federation& federation) {
         return;
     }
     if (options.output == "-")
-        writeStandardOutput(documentOf(federation.target()));
+        writeWholeOutput(documentOf(federation.target()));
     else
         writeWholeFile(options.output,
                        [&](std::ostream& out) { writeModule(federation.target(), out); });
@@ -70,7 +71,7 @@ void writeReport(const MergeOptions& options, const Federation& federation) {
     if (options.output == "-" && !options.dryRun)
         std::cerr << report.str();
     else
-        writeStandardOutput(report.str());
+        writeWholeOutput(report.str());
 }
 
 }  // namespace
@@ -87,7 +88,7 @@ int runMerge(const MergeOptions& options) {
         federation.merge(modules[i], i < creating);
     federation.check();
     writeReport(options, federation);
-    writeOutput(options, federation);
+    writeFom(options, federation);
     return federation.succeeded() ? theSuccess : theFailure;
 }
 

@@ -4,6 +4,8 @@
 #include <utility>
 
 #include "Errors.h"
+#include "Progress.h"
+#include "common/Console.h"
 
 namespace RtiqnFom {
 
@@ -15,12 +17,9 @@ int readModules(const std::vector<std::string>& paths,
         progress.reading(path);
         try {
             take(loadModule(path));
-        } catch (const MalformedModule& error) {
+        } catch (const ProgramError& error) {
             printError(error.what());
-            status = std::max<int>(status, theMalformed);
-        } catch (const FileError& error) {
-            printError(error.what());
-            status = std::max<int>(status, theFileError);
+            status = std::max(status, error.status());
         }
     }
     return status;

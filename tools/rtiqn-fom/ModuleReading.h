@@ -5,7 +5,6 @@
 #include <string>
 #include <vector>
 
-#include "Console.h"
 #include "Federation.h"
 
 namespace RtiqnFom {

@@ -78,12 +78,14 @@ template <typename Class, typename Member>
 void addMembers(OmtReading& reading, ClassCollector<Class>& collector, const OmtRow& row,
                 const std::string& element, Member (*memberOf)(const OmtRow&), Class& owner,
                 std::vector<Member>& members) {
-    for (const OmtRow& memberRow : row.rows(element)) {
+    const std::vector<OmtRow> rows = row.rows(element);
+    if (members.empty())
+        members.reserve(rows.size());
+    for (const OmtRow& memberRow : rows) {
         Member member = memberOf(memberRow);
-        const std::string kind = element + " of " + owner.name + ":";
-        if (const Place* first =
-                collector.earlierMember(owner, element + ":" + member.name, member.info.place))
-            reading.duplicate(member.info.place, kind, member.name, *first);
+        if (const Member* first = collector.memberOf(owner, members, element, member.name))
+            reading.duplicate(member.info.place, element + " of " + owner.name + ":", member.name,
+                              first->info.place);
         else
             members.push_back(std::move(member));
     }

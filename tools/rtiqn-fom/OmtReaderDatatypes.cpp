@@ -60,14 +60,16 @@ std::vector<std::string> valuesOf(const OmtRow& row) {
     return values.empty() ? wordsOf(row.raw("values")) : values;
 }
 
+/// `owner` is asked only when there is something to say.
+template <typename Owner>
 void checkValues(OmtReading& reading, const OmtRow& row, const std::vector<std::string>& values,
-                 const std::string& owner) {
+                 const Owner& owner) {
     if (values.empty())
-        reading.failure(row.place(), owner + " has no value");
+        reading.failure(row.place(), owner() + " has no value");
     for (const std::string& value : values) {
         if (!isEnumeratorValue(value))
             reading.failure(row.placeOf("value"),
-                            owner + " has the value " + quoted(value) + ", which is no number");
+                            owner() + " has the value " + quoted(value) + ", which is no number");
     }
 }
 
@@ -76,17 +78,17 @@ void addEnumerators(OmtReading& reading, const OmtRow& row, const std::string& o
     std::unordered_set<std::string> names;
     for (const OmtRow& part : row.rows("enumerator")) {
         const std::string name = requiredName(part);
-        const std::string partOwner = "enumerator " + quoted(name) + " of " + owner;
+        const auto partOwner = [&] { return "enumerator " + quoted(name) + " of " + owner; };
         const std::vector<std::string> values = valuesOf(part);
         checkValues(reading, part, values, partOwner);
         if (!names.insert(name).second)
-            reading.failure(part.place(), partOwner + " comes again");
+            reading.failure(part.place(), partOwner() + " comes again");
         OrynRti::DtEnumeratorType enumerator;
         enumerator.name = libraryText(name);
         for (const std::string& value : values)
             enumerator.values.push_back(libraryText(value));
         datatype.enumerators.push_back(std::move(enumerator));
-        part.addNotesTo(info, "enumerator/" + name);
+        part.addNotesTo(info, "enumerator", name);
     }
     if (datatype.enumerators.empty())
         reading.failure(row.place(), owner + " has no enumerators");
@@ -97,17 +99,18 @@ void addFields(OmtReading& reading, const OmtRow& row, const std::string& owner,
     std::unordered_set<std::string> names;
     for (const OmtRow& part : row.rows("field")) {
         const std::string name = requiredName(part);
-        const std::string partOwner = "field " + quoted(name) + " of " + owner;
+        const auto partOwner = [&] { return "field " + quoted(name) + " of " + owner; };
         const std::string type = part.stated("dataType");
-        reading.requireStated(part, "dataType", type, partOwner);
+        if (type.empty())
+            reading.requireStated(part, "dataType", type, partOwner());
         if (!names.insert(name).second)
-            reading.failure(part.place(), partOwner + " comes again");
+            reading.failure(part.place(), partOwner() + " comes again");
         OrynRti::DtFieldType field;
         field.name = libraryText(name);
         field.dataType = libraryText(type);
         field.semantics = libraryText(part.stated("semantics"));
         datatype.fields.push_back(std::move(field));
-        part.addNotesTo(info, "field/" + name);
+        part.addNotesTo(info, "field", name);
     }
 }
 
@@ -311,7 +314,7 @@ void readVariantRecordData(OmtReading& reading, const OmtRow& table) {
         datatype->semantics = libraryText(row.stated("semantics"));
         for (const OmtRow& part : row.rows("alternative")) {
             datatype->alternatives.push_back(alternativeOf(reading, part, owner));
-            part.addNotesTo(info, "alternative/" + part.word("enumerator"));
+            part.addNotesTo(info, "alternative", part.word("enumerator"));
         }
         reading.variants.push_back({row, name});
         storeRow(reading, OrynRti::DtMergeFomTableVariantRecordDataType, "variant record",

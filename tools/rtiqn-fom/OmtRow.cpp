@@ -103,8 +103,9 @@ RowInfo OmtRow::info() const {
     return {place(), notes()};
 }
 
-void OmtRow::addNotesTo(RowInfo& whole, const std::string& path) const {
+void OmtRow::addNotesTo(RowInfo& whole, const char* kind, const std::string& name) const {
     for (NoteReference& note : notes()) {
+        const std::string path = kind + ("/" + name);
         note.field = note.field.empty() ? path : path + "/" + note.field;
         whole.notes.push_back(std::move(note));
     }

@@ -37,8 +37,8 @@ public:
 
     /// The row's place and its references to notes.
     RowInfo info() const;
-    /// Adds this row's references to those of the row it is a part of, under `path`.
-    void addNotesTo(RowInfo& whole, const std::string& path) const;
+    /// Adds this row's references to those of the row it is a part of, under the path "kind/name".
+    void addNotesTo(RowInfo& whole, const char* kind, const std::string& name) const;
 
 private:
     XmlTree::Node child(std::string_view field) const;

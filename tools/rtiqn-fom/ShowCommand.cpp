@@ -2,13 +2,14 @@
 
 #include <sstream>
 
-#include "Console.h"
+#include "Errors.h"
 #include "LibraryTables.h"
 #include "ModuleReading.h"
 #include "Report.h"
 #include "RowFields.h"
 #include "Vocabulary.h"
 #include "Words.h"
+#include "common/Console.h"
 
 namespace RtiqnFom {
 
@@ -129,7 +130,7 @@ int runShow(const std::string& path) {
     const int status = readModules(
         {path}, [&](const LoadedModule& module) { printTables(module.target, tables); });
     if (status == theSuccess)
-        writeStandardOutput(tables.str());
+        writeWholeOutput(tables.str());
     return status;
 }
 

@@ -54,7 +54,7 @@ constexpr std::string_view theSpaces = " \t\n\r";
 
 /// Not std::isspace and std::tolower: those ask the locale.
 bool isSpace(char c) {
-    return theSpaces.find(c) != std::string_view::npos;
+    return c == ' ' || c == '\n' || c == '\t' || c == '\r';
 }
 
 char lower(char c) {
@@ -92,9 +92,22 @@ bool isInteger(std::string_view text) {
     return allOf(text, "0123456789");
 }
 
+/// Whether no white space stands at either end, and elsewhere only single blanks.
+bool isCollapsed(std::string_view text) {
+    bool blank = true;  // what is before the text counts as one
+    for (const char c : text) {
+        if (isSpace(c) && (blank || c != ' '))
+            return false;
+        blank = c == ' ';
+    }
+    return text.empty() || !blank;
+}
+
 }  // namespace
 
 std::string collapsed(std::string_view text) {
+    if (isCollapsed(text))
+        return std::string(text);
     std::string result;
     result.reserve(text.size());
     for (const char c : text) {

@@ -1,5 +1,6 @@
 #include "XmlTree.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -7,6 +8,7 @@
 #include <expat.h>
 #include <limits>
 #include <new>
+#include <sys/stat.h>
 #include <type_traits>
 #include <unordered_map>
 
@@ -18,6 +20,8 @@ namespace RtiqnFom {
 namespace {
 
 constexpr int theChunkSize = 1 << 20;
+constexpr std::size_t theUsualElement_bytes = 40;
+constexpr std::size_t theMostReserved_bytes = std::size_t(64) << 20;
 
 std::string_view withoutPrefix(std::string_view name) {
     const std::size_t colon = name.find(':');
@@ -47,6 +51,14 @@ struct CloseFile {
 };
 using File = std::unique_ptr<std::FILE, CloseFile>;
 
+/// 0 for what is no regular file.
+std::size_t sizeOf(std::FILE* file) {
+    struct stat status;
+    if (fstat(fileno(file), &status) != 0 || !S_ISREG(status.st_mode))
+        return 0;
+    return static_cast<std::size_t>(status.st_size);
+}
+
 [[noreturn]] void throwReadError(const std::string& path) {
     throw FileError("cannot read " + path + ": " + std::strerror(errno));
 }
@@ -69,6 +81,7 @@ private:
     void guarded(Work work) noexcept;
     template <typename Work>
     static void call(void* builder, Work work) noexcept;
+    void reserveFor(std::size_t fileSize_bytes);
     void setHandlers();
     [[noreturn]] void throwParseError() const;
 
@@ -78,12 +91,14 @@ private:
     void startDoctype();
     [[noreturn]] void refuse(const std::string& what) const;
 
-    void addAttributes(const char** attributes, const Place& tag);
-    const XmlTagScan& scannedTag(const Place& tag);
+    using Position = XmlTagScan::Position;
+
+    void addAttributes(const char** attributes, Position tag);
+    const XmlTagScan& scannedTag(Position tag);
     void takeRootNamespace(std::string_view rootName, const char** attributes);
     std::uint32_t nameIndex(std::string_view name);
     std::uint32_t checkedSize(std::size_t size) const;
-    Place here() const;
+    Position here() const;
 
     struct OpenElement {
         XmlTree::Node node;
@@ -96,7 +111,7 @@ private:
     std::exception_ptr failure_;
     bool twoByteEncoding_ = false;
     std::vector<OpenElement> open_;
-    std::unordered_map<std::string, std::uint32_t> nameIndexes_;
+    std::unordered_map<std::string_view, std::uint32_t> nameIndexes_;  ///< of texts in the tree
     XmlTagScan scan_;
 };
 
@@ -111,6 +126,7 @@ void XmlTreeBuilder::parse() {
     const File file(std::fopen(path_.c_str(), "rb"));
     if (!file)
         throwReadError(path_);
+    reserveFor(sizeOf(file.get()));
     for (bool first = true, last = false; !last; first = false) {
         void* buffer = XML_GetBuffer(parser_.get(), theChunkSize);
         if (!buffer)
@@ -127,6 +143,13 @@ void XmlTreeBuilder::parse() {
         if (status != XML_STATUS_OK)
             throwParseError();
     }
+}
+
+/// Growing step by step would touch twice the memory; what is reserved and not used costs nothing.
+void XmlTreeBuilder::reserveFor(std::size_t fileSize_bytes) {
+    const std::size_t size = std::min(fileSize_bytes, theMostReserved_bytes);
+    tree_.text_.reserve(size);
+    tree_.nodes_.reserve(size / theUsualElement_bytes);
 }
 
 template <typename Work>
@@ -190,12 +213,12 @@ void XmlTreeBuilder::startElement(const char* name, const char** attributes) {
         refuse("elements are nested deeper than " + std::to_string(XmlTree::theMaxDepth));
     if (open_.empty())
         takeRootNamespace(name, attributes);
-    const Place place = here();
+    const Position position = here();
     const auto node = static_cast<XmlTree::Node>(tree_.nodes_.size());
     const std::uint32_t textBegin = checkedSize(tree_.text_.size());
     tree_.nodes_.push_back({nameIndex(withoutPrefix(name)), XmlTree::theNoNode, XmlTree::theNoNode,
-                            textBegin, textBegin, checkedSize(tree_.attributes_.size()), place.line,
-                            place.column});
+                            textBegin, textBegin, checkedSize(tree_.attributes_.size()),
+                            position.line, position.column});
     if (!open_.empty()) {
         OpenElement& parent = open_.back();
         if (parent.lastChild == XmlTree::theNoNode)
@@ -206,7 +229,7 @@ void XmlTreeBuilder::startElement(const char* name, const char** attributes) {
     }
     open_.push_back({node, XmlTree::theNoNode});
     if (attributes[0])
-        addAttributes(attributes, place);
+        addAttributes(attributes, position);
 }
 
 void XmlTreeBuilder::endElement() {
@@ -226,12 +249,13 @@ void XmlTreeBuilder::startDoctype() {
 }
 
 void XmlTreeBuilder::refuse(const std::string& what) const {
-    throw MalformedModule(here(), what);
+    const Position position = here();
+    throw MalformedModule({tree_.file_, position.line, position.column}, what);
 }
 
 /// Defaults from a DOCTYPE are not taken: a long one would count for every element without the
 /// attribute.
-void XmlTreeBuilder::addAttributes(const char** attributes, const Place& tag) {
+void XmlTreeBuilder::addAttributes(const char** attributes, Position tag) {
     const XmlTagScan& scan = scannedTag(tag);
     const auto count = static_cast<std::size_t>(XML_GetSpecifiedAttributeCount(parser_.get()) / 2);
     for (std::size_t index = 0; index < count; ++index) {
@@ -248,7 +272,7 @@ void XmlTreeBuilder::addAttributes(const char** attributes, const Place& tag) {
     }
 }
 
-const XmlTagScan& XmlTreeBuilder::scannedTag(const Place& tag) {
+const XmlTagScan& XmlTreeBuilder::scannedTag(Position tag) {
     scan_.attributes.clear();
     if (twoByteEncoding_)
         return scan_;
@@ -275,11 +299,12 @@ void XmlTreeBuilder::takeRootNamespace(std::string_view rootName, const char** a
 }
 
 std::uint32_t XmlTreeBuilder::nameIndex(std::string_view name) {
-    const auto [found, isNew] =
-        nameIndexes_.emplace(std::string(name), checkedSize(tree_.names_.size()));
-    if (isNew)
-        tree_.names_.emplace_back(name);
-    return found->second;
+    const auto found = nameIndexes_.find(name);
+    if (found != nameIndexes_.end())
+        return found->second;
+    const std::uint32_t index = checkedSize(tree_.names_.size());
+    nameIndexes_.emplace(tree_.names_.emplace_back(name), index);
+    return index;
 }
 
 /// Positions in the tree have 32 bits; the greatest one is no position.
@@ -289,8 +314,8 @@ std::uint32_t XmlTreeBuilder::checkedSize(std::size_t size) const {
     return static_cast<std::uint32_t>(size);
 }
 
-Place XmlTreeBuilder::here() const {
-    return {tree_.file_, static_cast<unsigned>(XML_GetCurrentLineNumber(parser_.get())),
+XmlTagScan::Position XmlTreeBuilder::here() const {
+    return {static_cast<unsigned>(XML_GetCurrentLineNumber(parser_.get())),
             static_cast<unsigned>(XML_GetCurrentColumnNumber(parser_.get()) + 1)};
 }
 

@@ -2,6 +2,7 @@
 #define RTIQN_FOM_XML_TREE_H
 
 #include <cstdint>
+#include <deque>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -74,7 +75,7 @@ private:
 
     std::shared_ptr<const std::string> file_;
     std::string rootNamespace_;
-    std::vector<std::string> names_;
+    std::deque<std::string> names_;  ///< which stay where they are when more come
     std::vector<Element> nodes_;
     std::vector<AttributeValue> attributes_;
     std::string text_;

@@ -8,9 +8,11 @@
 
 #include "Errors.h"
 
-namespace RtiqnDis {
+namespace RtiqnTools {
 
 namespace {
+
+std::string theProgramName;
 
 [[noreturn]] void throwOutputError() {
     throw FileError(std::string("cannot write to standard output: ") + std::strerror(errno));
@@ -28,9 +30,18 @@ void flushOutput() {
         throwOutputError();
 }
 
+void writeWholeOutput(const std::string& text) {
+    writeOutput(text);
+    flushOutput();
+}
+
+void setProgramName(const std::string& name) {
+    theProgramName = name;
+}
+
 void printError(const std::string& text) {
     const std::size_t end = text.find_last_not_of('\n') + 1;
-    std::fprintf(stderr, "rtiqn-dis: %s\n", text.substr(0, end).c_str());
+    std::fprintf(stderr, "%s: %s\n", theProgramName.c_str(), text.substr(0, end).c_str());
 }
 
 std::string counted(unsigned long long count, const char* noun) {
@@ -51,4 +62,4 @@ std::string formatted(const char* format, ...) {
     return text.data();
 }
 
-}  // namespace RtiqnDis
+}  // namespace RtiqnTools

@@ -1,9 +1,9 @@
-#ifndef RTIQN_DIS_CONSOLE_H
-#define RTIQN_DIS_CONSOLE_H
+#ifndef RTIQN_TOOLS_CONSOLE_H
+#define RTIQN_TOOLS_CONSOLE_H
 
 #include <string>
 
-namespace RtiqnDis {
+namespace RtiqnTools {
 
 /// Adds to standard output, which is buffered. Throws FileError when it cannot be written, as on a
 /// full disk or a closed pipe (whose signal must be ignored).
@@ -12,8 +12,14 @@ void writeOutput(const std::string& text);
 /// Hands over what is buffered, so that a reader sees it now. Throws FileError.
 void flushOutput();
 
+/// Both in one.
+void writeWholeOutput(const std::string& text);
+
 /// Writes one line to standard error, after the name of the program.
 void printError(const std::string& text);
+
+/// What printError begins with.
+void setProgramName(const std::string& name);
 
 /// "1 datagram", "3 datagrams".
 std::string counted(unsigned long long count, const char* noun);
@@ -21,6 +27,6 @@ std::string counted(unsigned long long count, const char* noun);
 /// printf into a string.
 std::string formatted(const char* format, ...) __attribute__((format(printf, 1, 2)));
 
-}  // namespace RtiqnDis
+}  // namespace RtiqnTools
 
 #endif

@@ -1,13 +1,11 @@
-#include "Console.h"
+#include "Progress.h"
 
-#include <cerrno>
+#include <cstdint>
 #include <cstdio>
-#include <cstring>
 #include <filesystem>
 #include <system_error>
 #include <unistd.h>
 
-#include "Errors.h"
 #include "Print.h"
 
 namespace RtiqnFom {
@@ -29,16 +27,6 @@ std::uintmax_t totalSize(const std::vector<std::string>& paths) {
 }
 
 }  // namespace
-
-void writeStandardOutput(const std::string& text) {
-    const bool written = std::fwrite(text.data(), 1, text.size(), stdout) == text.size();
-    if (!written || std::fflush(stdout) != 0)
-        throw FileError(std::string("cannot write to standard output: ") + std::strerror(errno));
-}
-
-void printError(const std::string& text) {
-    std::fprintf(stderr, "rtiqn-fom: %s\n", text.c_str());
-}
 
 Progress::Progress(const std::vector<std::string>& paths)
     : shown_(OrynRti::DtInfo.okToPrint() && isatty(STDERR_FILENO) == 1 &&

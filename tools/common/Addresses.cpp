@@ -1,8 +1,8 @@
-#include "Targets.h"
+#include "Addresses.h"
 
 #include "Errors.h"
 
-namespace RtiqnDis {
+namespace RtiqnTools {
 
 using namespace OrynRti;
 
@@ -58,6 +58,13 @@ DtInetAddr parseAddress(const std::string& text) {
     return lookUp(parts.host, 0).address();
 }
 
+DtInetAddr parseGroup(const std::string& text) {
+    const DtInetAddr group = parseAddress(text);
+    if (!group.isMulticast())
+        throw UsageError("'" + text + "' is no multicast group");
+    return group;
+}
+
 std::unique_ptr<DtInetDevice> openDevice(const std::string& text) {
     if (text.empty())
         return nullptr;
@@ -78,4 +85,4 @@ std::string errorOf(const DtInetSocket& socket) {
     return text;
 }
 
-}  // namespace RtiqnDis
+}  // namespace RtiqnTools

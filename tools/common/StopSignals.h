@@ -1,7 +1,7 @@
-#ifndef RTIQN_DIS_STOP_SIGNALS_H
-#define RTIQN_DIS_STOP_SIGNALS_H
+#ifndef RTIQN_TOOLS_STOP_SIGNALS_H
+#define RTIQN_TOOLS_STOP_SIGNALS_H
 
-namespace RtiqnDis {
+namespace RtiqnTools {
 
 /// While it lives, SIGINT and SIGTERM ask the program to come to an end with its statistics
 /// instead of killing it; a second one kills.
@@ -20,6 +20,6 @@ public:
     static int descriptor();
 };
 
-}  // namespace RtiqnDis
+}  // namespace RtiqnTools
 
 #endif

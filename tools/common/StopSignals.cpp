@@ -9,7 +9,7 @@
 
 #include "Errors.h"
 
-namespace RtiqnDis {
+namespace RtiqnTools {
 
 namespace {
 
@@ -54,4 +54,4 @@ int StopSignals::descriptor() {
     return thePipe[0];
 }
 
-}  // namespace RtiqnDis
+}  // namespace RtiqnTools

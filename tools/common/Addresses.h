@@ -1,5 +1,5 @@
-#ifndef RTIQN_DIS_TARGETS_H
-#define RTIQN_DIS_TARGETS_H
+#ifndef RTIQN_TOOLS_ADDRESSES_H
+#define RTIQN_TOOLS_ADDRESSES_H
 
 #include <cstdint>
 #include <memory>
@@ -9,7 +9,7 @@
 #include "InetEndpoint.h"
 #include "InetSocket.h"
 
-namespace RtiqnDis {
+namespace RtiqnTools {
 
 /// The endpoint of "HOST", "HOST:PORT" or "[ADDRESS]:PORT", where the host is an address, a name
 /// or a network interface. Throws UsageError for what cannot be meant, NetworkError for a host
@@ -18,6 +18,9 @@ OrynRti::DtInetEndpoint parseTarget(const std::string& text, std::uint16_t defau
 
 /// An address without a port. Throws as parseTarget().
 OrynRti::DtInetAddr parseAddress(const std::string& text);
+
+/// The same for a multicast group.
+OrynRti::DtInetAddr parseGroup(const std::string& text);
 
 /// The network interface of that name or address; null for an empty text. Throws NetworkError when
 /// there is none.
@@ -28,6 +31,6 @@ std::string textOf(const OrynRti::DtString& text);
 /// Why the last operation of a socket failed, in one line.
 std::string errorOf(const OrynRti::DtInetSocket& socket);
 
-}  // namespace RtiqnDis
+}  // namespace RtiqnTools
 
 #endif

@@ -1,5 +1,5 @@
-#ifndef TESTS_TOOLS_DIS_TEST_FOLDER_H
-#define TESTS_TOOLS_DIS_TEST_FOLDER_H
+#ifndef TESTS_SUPPORT_FILES_H
+#define TESTS_SUPPORT_FILES_H
 
 #include <filesystem>
 #include <fstream>
@@ -9,12 +9,12 @@
 #include <stdlib.h>
 #include <string>
 
-namespace RtiqnDis::Tests {
+namespace OrynRti::Tests {
 
 /// A folder of the test's own, removed with all that is in it.
 class TemporaryFolder {
 public:
-    TemporaryFolder() : path_(::testing::TempDir() + "rtiqn-dis.XXXXXX") {
+    TemporaryFolder() : path_(::testing::TempDir() + "rtiqn.XXXXXX") {
         if (!::mkdtemp(path_.data()))
             throw std::runtime_error("cannot make a folder for the test");
     }
@@ -22,6 +22,7 @@ public:
     TemporaryFolder(const TemporaryFolder&) = delete;
     TemporaryFolder& operator=(const TemporaryFolder&) = delete;
 
+    const std::string& path() const { return path_; }
     std::string path(const std::string& name) const { return path_ + "/" + name; }
 
 private:
@@ -33,17 +34,17 @@ inline void writeFile(const std::string& path, const std::string& bytes) {
 }
 
 inline std::string readFile(const std::string& path) {
-    std::ostringstream text;
-    text << std::ifstream(path, std::ios::binary).rdbuf();
-    return text.str();
+    std::ostringstream bytes;
+    bytes << std::ifstream(path, std::ios::binary).rdbuf();
+    return bytes.str();
 }
 
-/// A file of the project's own small captures.
-inline std::string samplePath(const std::string& name) {
+/// A file under data/, such as "dis/harbour.pcap".
+inline std::string dataPath(const std::string& name) {
     const auto project = std::filesystem::path(__FILE__).parent_path().parent_path().parent_path();
-    return (project / "data" / "dis" / name).string();
+    return (project / "data" / name).string();
 }
 
-}  // namespace RtiqnDis::Tests
+}  // namespace OrynRti::Tests
 
 #endif
