@@ -28,8 +28,9 @@ public:
     }
     SemaphoreSet(const SemaphoreSet&) = delete;
     SemaphoreSet& operator=(const SemaphoreSet&) = delete;
-    ~SemaphoreSet() { semctl(id_, 0, IPC_RMID); }
+    ~SemaphoreSet() { remove(); }
 
+    void remove() const { semctl(id_, 0, IPC_RMID); }
     int id() const { return id_; }
     int value(int number) const { return semctl(id_, number, GETVAL); }
     void set(int number, int value) const { semctl(id_, number, SETVAL, value); }
@@ -46,7 +47,7 @@ SemaphoreSet& semaphores() {
 void require(bool holds) {
     if (holds)
         return;
-    semaphores().~SemaphoreSet();
+    semaphores().remove();
     std::abort();
 }
 

@@ -21,8 +21,8 @@ namespace OrynRti {
 /// Errors:    -1 and failedCount() for a message that is too large or has a negative length, for
 ///            a lock that was not got, for semaphores that are gone, for a queue whose contents
 ///            make no sense
-/// Cost:      a blocking write makes two system calls; one that may drop makes one, and two or
-///            more when it does drop
+/// Cost:      a blocking write makes two system calls; one that may drop makes one, and some more
+///            when the queue is full
 class DT_EXPORT DtShmMsgQueueWriter : public DtClientServerWriter, public DtShmMsgQueueManager {
 public:
     /// See DtShmMsgQueueManager. Without `lockWait` a write that would overwrite fails while
@@ -34,6 +34,10 @@ public:
     DtShmMsgQueueWriter(Dt_Shm_Msg_Queue* queue, int size, int semId, int semNum, bool lockWait,
                         bool initialise, bool dropOldest);
     ~DtShmMsgQueueWriter() override;
+
+    /// Whether the queue is one that drops the oldest, and writing thus never waits for space. It
+    /// stays so for this writer, whatever another process makes of the queue's header.
+    bool dropsOldest() const;
 
     int Write(const char* buffer, int length) override;
     int Writev(const char* const* buffers, const int* lengths, int count) override;
@@ -49,7 +53,7 @@ private:
     enum class Outcome { Done, NoRoom, Failed };
 
     void attach();
-    bool takeOver(const Mode& mode);
+    bool takeOver();
     void topUpPackets(int64_t unread);
 
     bool measure(Message& message) const;
@@ -57,18 +61,18 @@ private:
     void put(const Message& message, const Place& place);
     static void fillPayload(const Message& message, char* payload);
 
-    bool writeBlocking(const Message& message, const Mode& mode);
-    bool writeIntoEmpty(const Message& message, const Mode& mode);
-    int publishBytes(int64_t bytes, const Mode& mode);
+    bool writeBlocking(const Message& message);
+    bool writeIntoEmpty(const Message& message);
+    int publishBytes(int64_t bytes);
 
-    Outcome writeIntoFree(const Message& message, const Mode& mode);
-    int publishPacket(const Mode& mode);
+    Outcome writeIntoFree(const Message& message);
+    int publishPacket();
 
-    Outcome writeOverOldest(const Message& message, const Mode& mode);
+    Outcome writeOverOldest(const Message& message);
     bool findAnyPlace(const Message& message, Place& place) const;
     bool moveFrontOutOf(Place& place, int64_t& dropped);
     bool isInside(const Place& place, int64_t at) const;
-    int unlockAfterDropping(int64_t dropped, const Mode& mode);
+    int unlockAfterDropping(int64_t dropped);
     void takePacketsThere(int64_t packets);
 
     // The order of the members is fixed.
@@ -77,6 +81,7 @@ private:
     uint64_t failed_ = 0;
     uint64_t dropped_ = 0;
     uint64_t written_ = 0;
+    const Mode mode_;  ///< As the queue was when this writer came.
 };
 
 }  // namespace OrynRti

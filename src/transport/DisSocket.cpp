@@ -3,7 +3,6 @@
 #include <boost/asio/ip/udp.hpp>
 #include <cerrno>
 #include <cstddef>
-#include <fcntl.h>
 #include <sys/socket.h>
 #include <system_error>
 #include <tuple>
@@ -12,18 +11,19 @@
 #include "Exceptions.h"
 #include "InetDevice.h"
 #include "ScopedLock.h"
-#include "net/DatagramIo.h"
-#include "net/DatagramOptions.h"
+#include "net/DescriptorIo.h"
 #include "net/SocketAddress.h"
+#include "net/SocketOptions.h"
 #include "net/SystemCall.h"
 #include "transport/DisEventCounters.h"
 #include "transport/DisSockPimpl.h"
+#include "transport/PduQueue.h"
 
 namespace OrynRti {
 
 namespace {
 
-namespace Options = DatagramOptions;
+namespace Options = SocketOptions;
 using boost::asio::ip::udp;
 
 constexpr const char* theOpenOperation = "DtDisSocket::openSocket(): ";
@@ -72,7 +72,7 @@ Descriptor boundSendSocket(const DtInetEndpoint& endpoint, unsigned int options)
 /// Closing the Boost socket and closing the descriptor that the library sends through are two
 /// things: each has its own.
 void assignDuplicate(DtDisSocket::SendSocket& sendSocket, const udp& protocol, int descriptor) {
-    const int duplicate = checkedCall("dup", [=] { return fcntl(descriptor, F_DUPFD_CLOEXEC, 0); });
+    const int duplicate = duplicateDescriptor(descriptor);
     boost::system::error_code error;
     sendSocket.assign(protocol, duplicate, error);
     if (!error)
@@ -103,6 +103,7 @@ DtDisSocket::DtDisSocket(const DtInetEndpoint& endpoint, unsigned short sendPort
     : DtInetUdpSocket(endpoint, firstNonZero(sendPort, endpoint.port()), device, options, false),
       additionalDestinations_(std::make_shared<Destinations>()),
       selfReflectSuppression_(suppressSelfReflect),
+      receiveQueue_(std::make_unique<PduQueue>()),
       events_(std::make_unique<DisEventCounters>()) {
     if (suppressSelfReflect) {
         ioContext_ = std::make_unique<boost::asio::io_context>();

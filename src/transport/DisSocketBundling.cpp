@@ -7,7 +7,6 @@
 #include "DisSocket.h"
 #include "ScopedLock.h"
 #include "net/BufferParts.h"
-#include "net/ChainRun.h"
 #include "net/ScratchChain.h"
 #include "transport/DisEventCounters.h"
 
@@ -15,6 +14,7 @@ namespace OrynRti {
 
 namespace {
 
+constexpr int theBundlingIsOff = 1;
 constexpr int theBundleFlags = DtInetSockSkipFirstChain | DtInetSockSkipPostSend;
 
 void append(std::vector<char>& bundle, const DtInetSocketBufferChain& chain, std::size_t size) {
@@ -101,22 +101,31 @@ int DtDisSocket::addToBundle(int size, DtInetSocketBufferChain& chain, DtInetEnd
     if (size <= 0)
         return size;
     const std::size_t added = std::min(chainSize(chain), static_cast<std::size_t>(size));
-    if (added > theMaxBundle_bytes)
+    const int result =
+        bundlePdu(added, destination, [&](Bundle& bundle) { append(bundle, chain, added); });
+    return result == theBundlingIsOff ? size : result;
+}
+
+/// Has `add` append a PDU of `size` bytes: 0, -1 when no datagram can carry it, or
+/// theBundlingIsOff.
+template <typename Add>
+int DtDisSocket::bundlePdu(std::size_t size, DtInetEndpoint& destination, Add add) {
+    if (size > theMaxBundle_bytes)
         return -1;
     DtScopedLock lock(mutex());
     if (!isBundling())
-        return size;
+        return theBundlingIsOff;
     Bundle& bundle = bundleTo(destination);
     const std::size_t begin = aligned(bundle.size());
     const auto limit = static_cast<std::size_t>(std::min(getMaxBundleSize(), theMaxBundle_bytes));
-    if (begin == 0 || begin + added <= limit) {
+    if (begin == 0 || begin + size <= limit) {
         bundle.resize(begin);
-        append(bundle, chain, added);
+        add(bundle);
         return 0;
     }
     OutgoingBundle full(bundle, destination);
     full.sent = sendChainTo(full.chain(), full.destination(), theBundleFlags);
-    append(bundleTo(destination), chain, added);
+    add(bundleTo(destination));
     lock.unlock();
     afterBundle(full);
     return 0;
@@ -147,6 +156,7 @@ void DtDisSocket::noteCallbacks() {
     });
     onlyBundling_ =
         bundlingRegistered_ && preSend.size() == 1 && chains_[DtInetSockPostSend].empty();
+    onlyOwnSteps_ = takesOwnStepsOnly();
 }
 
 /// Whether addToBundle alone has to see what is sent, and the send is one that is not refused:
@@ -155,6 +165,15 @@ bool DtDisSocket::bundlesOnly(DtInetEndpoint& destination, int callFlags) const 
     return onlyBundling_ && isBundling() && (callFlags & DtInetSockSkipFirstChain) == 0 &&
            descriptor() >= 0 && (flags() & (DtInetSockSend | DtInetSockAsyncSend)) != 0 &&
            isValidDestination(destination);
+}
+
+/// The same without a chain. False when it could not be done.
+bool DtDisSocket::bundleDirectly(const char* bytes, std::size_t size, DtInetEndpoint& destination) {
+    const auto add = [=](Bundle& bundle) { bundle.insert(bundle.end(), bytes, bytes + size); };
+    if (!isNotDerived() || bundlePdu(size, destination, add) != 0)
+        return false;
+    countSent(size);
+    return true;
 }
 
 int DtDisSocket::bundleOnly(DtInetSocketBufferChain& chain, DtInetEndpoint& destination,
@@ -237,14 +256,8 @@ int DtDisSocket::sendPending(Bundle& bundle, const DtInetEndpoint& destination,
 int DtDisSocket::afterBundle(OutgoingBundle& outgoing) {
     const int size = outgoing.size();
     int sent = outgoing.sent;
-    ChainRun run(*this, DtInetSockPostSend);
-    while (const DtInetSocketProcessingCbInfo* step = sent > 0 ? run.next() : nullptr) {
-        const int added =
-            step->callback(this, sent, outgoing.chain(), outgoing.destination(), step->userData);
-        if (added < 0)
-            recordError(-1, DtString(chainOperation()) + ": Post-send callback failed.");
-        sent = added < 0 ? -1 : sent + std::min(added, INT_MAX - sent);
-    }
+    if (sent > 0 && !runPostSend(sent, outgoing.chain(), outgoing.destination(), chainOperation()))
+        sent = -1;
     const bool complete = sent >= size;
     DisEventCounters::add(complete ? events_->bundlesSent : events_->bundlesFailed);
     return complete ? 1 : sent == 0 ? 0 : -1;

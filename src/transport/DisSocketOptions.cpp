@@ -5,12 +5,12 @@
 #include "DisSocket.h"
 #include "InetDevice.h"
 #include "ScopedLock.h"
-#include "net/DatagramIo.h"
-#include "net/DatagramOptions.h"
+#include "net/DescriptorIo.h"
+#include "net/SocketOptions.h"
 
 namespace OrynRti {
 
-namespace Options = DatagramOptions;
+namespace Options = SocketOptions;
 
 namespace {
 

@@ -1,4 +1,4 @@
-// Where the PDUs of a received datagram begin and end.
+// What the PDUs of a received datagram say of themselves.
 #include <algorithm>
 
 #include "DisSocket.h"
@@ -8,8 +8,6 @@
 namespace OrynRti {
 
 namespace {
-
-constexpr unsigned int theLongestPadding = 1 << 20;  // more than any datagram holds
 
 /// Copies up to `size` bytes from `offset` of a buffer on. Returns how many there were.
 int gather(char* to, int size, DtDisSocket::BufferIterator buffer, DtDisSocket::BufferIterator end,
@@ -24,13 +22,6 @@ int gather(char* to, int size, DtDisSocket::BufferIterator buffer, DtDisSocket::
         copied += count;
     }
     return copied;
-}
-
-/// What makes a length a multiple of the alignment.
-int alignedPadding(int length, unsigned int alignment) {
-    const unsigned int excess = alignment > 1 ? static_cast<unsigned int>(length) % alignment : 0;
-    const unsigned int padding = excess != 0 ? alignment - excess : 0;
-    return static_cast<int>(std::min(padding, theLongestPadding));
 }
 
 }  // namespace
@@ -54,11 +45,8 @@ int DtDisSocket::getPduSize(DtDisSocketPduHeader& header, int offset, BufferIter
     }
     if (expectAttribute && header.pduType != theAttributePdu)
         *status = DtInetSockStatusError;
-    const bool mayCouple =
-        header.protocolVersion >= 7 || attributePduStrategy() != DtAttributePduSince7;
-    coupled = mayCouple && header.pduType != theAttributePdu &&
-              (header.status & theCoupledExtensionBit) != 0;
-    return header.length[0] << 8 | header.length[1];
+    coupled = announcesAttributes(header, attributePduStrategy());
+    return lengthOf(header);
 }
 
 int DtDisSocket::getCoupledAttributePduSize(DtDisSocketPduHeader& header, int offset,
@@ -81,44 +69,6 @@ int DtDisSocket::getCoupledAttributePduSize(DtDisSocketPduHeader& header, int of
         return length;
     *status = ownStatus;
     return 0;
-}
-
-// -------------------------------------------------------------------------------------------
-
-DtDisSocket::PduExtent DtDisSocket::measurePdu(DtDisSocketPduHeader& header, BufferIterator buffer,
-                                               BufferIterator end, int offset, int remaining) {
-    PduExtent pdu;
-    pdu.status = DtInetSockIncomplete;
-    if (remaining < thePduHeaderSize_bytes)
-        return pdu;
-    bool coupled = false;
-    int status = 0;
-    const int length = getPduSize(header, offset, buffer, end, &status, coupled, false);
-    pdu.shortLength = status == 0 && length < thePduHeaderSize_bytes;
-    if (status != 0 || pdu.shortLength || length > remaining)
-        return pdu;
-    pdu.status = 0;
-    pdu.length = pdu.size = length;
-    const unsigned int alignment = receiveBundleByteAlignment(header.protocolVersion);
-    pdu.stride = length + alignedPadding(length, alignment);
-    if (coupled)
-        addAttributePdu(pdu, alignment, buffer, end, offset, remaining);
-    return pdu;
-}
-
-/// Extends the PDU by the Attribute PDU that it announces; without one it stays as it is.
-void DtDisSocket::addAttributePdu(PduExtent& pdu, unsigned int alignment, BufferIterator buffer,
-                                  BufferIterator end, int offset, int remaining) {
-    DtDisSocketPduHeader header;
-    int status = 0;
-    const int position = pdu.stride;
-    const int length =
-        getCoupledAttributePduSize(header, offset, buffer, end, &status, position, remaining);
-    pdu.attributeMissing = length == 0;
-    if (pdu.attributeMissing)
-        return;
-    pdu.size = position + length;
-    pdu.stride = pdu.size + alignedPadding(length, alignment);
 }
 
 }  // namespace OrynRti

@@ -1,16 +1,12 @@
 // What a DIS socket does with what it receives: the steps of its receiving chains.
 #include <algorithm>
 #include <cstddef>
-#include <utility>
 
 #include "DisSocket.h"
 #include "Print.h"
-#include "ScopedLock.h"
 #include "net/BufferParts.h"
 #include "net/ScratchChain.h"
-#include "transport/DisEventCounters.h"
-#include "transport/PduExtent.h"
-#include "transport/PduHeader.h"
+#include "transport/DisSocketSplitting.h"
 
 namespace OrynRti {
 
@@ -25,25 +21,8 @@ int within(const DtInetSocketBufferChain& chain, int size) {
     return static_cast<int>(std::min(chainSize(chain), static_cast<std::size_t>(size)));
 }
 
-/// Copies `size` bytes from `offset` of a buffer on, which the caller knows to be there.
-std::vector<char> copyBytes(DtDisSocket::BufferIterator buffer, int offset, int size) {
-    std::vector<char> bytes;
-    bytes.reserve(static_cast<std::size_t>(size));
-    for (; size > 0; ++buffer, offset = 0) {
-        const int count = std::min(size, bufferSize(*buffer) - offset);
-        if (count <= 0)
-            continue;
-        const char* from = (*buffer)->data() + offset;
-        bytes.insert(bytes.end(), from, from + count);
-        size -= count;
-    }
-    return bytes;
-}
-
 /// The chain has room for them.
-void copyBytes(const std::vector<char>& bytes, const DtInetSocketBufferChain& chain) {
-    const char* from = bytes.data();
-    std::size_t left = bytes.size();
+void copyBytes(const char* from, std::size_t left, const DtInetSocketBufferChain& chain) {
     for (auto buffer = chain.begin(); left > 0; ++buffer) {
         const std::size_t count = *buffer != nullptr ? std::min(left, (*buffer)->size()) : 0;
         if (count == 0)
@@ -54,16 +33,10 @@ void copyBytes(const std::vector<char>& bytes, const DtInetSocketBufferChain& ch
     }
 }
 
-void warnAboutAttributePdus(int missing) {
-    for (; missing > 0; --missing)
-        DtWarn << "Failed to read expected Coupled Attribute PDU\n";
-}
-
 }  // namespace
 
-int DtDisSocket::recvFrom(char* buffer, int size, DtInetEndpoint& sender, int flags) {
-    const bool hasRoom = buffer != nullptr && size > 0;
-    ScratchChain temporary(hasRoom ? static_cast<std::size_t>(size) : 0);
+int DtDisSocket::receiveThroughChain(char* buffer, int size, DtInetEndpoint& sender, int flags) {
+    ScratchChain temporary(static_cast<std::size_t>(size));
     const int received = recvToChainFrom(temporary.chain(), sender, flags);
     if (received <= 0)
         return received;
@@ -107,23 +80,18 @@ int DtDisSocket::getNextBundle(int size, DtInetSocketBufferChain& chain, DtInetE
                                int* status) {
     if (*status != 0)
         return size;
-    const DtScopedLock lock(mutex());
-    if (receiveQueue_.empty())
+    const int taken = takeQueued(
+        chainSize(chain), sender,
+        [&chain](const char* bytes, std::size_t count) { copyBytes(bytes, count, chain); });
+    if (taken == 0)
         return size;
-    const QueuedPdu pdu = std::move(receiveQueue_.front());
-    receiveQueue_.pop_front();
-    if (receiveQueue_.empty())
-        announceQueued(false);
-    sender = *pdu.sender;
-    if (pdu.bytes.size() > chainSize(chain)) {
-        DisEventCounters::add(events_->queuedPdusLost);
-        *status = DtInetSockIncomplete;
-        return 0;
-    }
-    copyBytes(pdu.bytes, chain);
-    setReceiveTime(pdu.receiveTime);
-    *status = DtInetSockFromQueue;
-    return static_cast<int>(pdu.bytes.size());
+    *status = taken > 0 ? DtInetSockFromQueue : DtInetSockIncomplete;
+    return std::max(taken, 0);
+}
+
+void DtDisSocket::noteQueue(bool waiting) {
+    hasQueuedPdus_ = waiting;
+    announceQueued(waiting);
 }
 
 // -------------------------------------------------------------------------------------------
@@ -136,80 +104,38 @@ int DtDisSocket::unbundle(int size, DtInetSocketBufferChain& chain, DtInetEndpoi
     const int received = within(chain, size);
     if (received < minPacketSize())
         return received;
-    DtScopedLock lock(mutex());
-    int attributePdusMissing = 0;
-    const int first = splitDatagram(received, chain, sender, status, attributePdusMissing);
-    lock.unlock();
-    warnAboutAttributePdus(attributePdusMissing);  // a printer may have locks of its own
-    return first;
+    return splitDatagram(ChainPdus(*this, chain), received, sender, *status);
 }
 
-/// Queues all but the first PDU, whose size it returns.
-int DtDisSocket::splitDatagram(int size, DtInetSocketBufferChain& chain,
-                               const DtInetEndpoint& sender, int* status,
-                               int& attributePdusMissing) {
-    DtDisSocketPduHeader header;
-    const PduExtent first = measurePdu(header, chain.begin(), chain.end(), 0, size);
-    if (first.status != 0)
-        return dropBroken(first, status);
-    if (first.length == size)  // alone, whatever it announces
-        return size;
-    countMissing(first, attributePdusMissing);
-    queueRest(first, size, chain, sender, attributePdusMissing);
-    return first.size;
-}
-
-void DtDisSocket::countMissing(const PduExtent& pdu, int& attributePdusMissing) {
-    if (!pdu.attributeMissing)
-        return;
-    ++attributePdusMissing;
-    DisEventCounters::add(events_->attributePdusMissing);
-}
-
-/// Queues what follows the first PDU, until something is no PDU.
-void DtDisSocket::queueRest(PduExtent pdu, int remaining, DtInetSocketBufferChain& chain,
-                            const DtInetEndpoint& sender, int& attributePdusMissing) {
-    std::shared_ptr<const DtInetEndpoint> from;  // one for all of them
-    BufferIterator buffer = chain.begin();
-    int offset = 0;
-    while (remaining > pdu.stride) {
-        remaining -= pdu.stride;
-        offset += pdu.stride;
-        advanceToOffset(buffer, chain.end(), offset);
-        DtDisSocketPduHeader header;
-        pdu = measurePdu(header, buffer, chain.end(), offset, remaining);
-        if (pdu.status != 0 || remaining < minPacketSize()) {
-            DisEventCounters::add(events_->restsDropped);
-            if (pdu.shortLength)
-                DisEventCounters::add(events_->invalidLengths);
-            return;
-        }
-        countMissing(pdu, attributePdusMissing);
-        if (from == nullptr)
-            from = std::make_shared<const DtInetEndpoint>(sender);
-        queuePdu({copyBytes(buffer, offset, pdu.size), from, receiveTime()});
+/// Not under the lock: a printer may have locks of its own.
+void DtDisSocket::noteMissing(int attributePdus) {
+    for (; attributePdus > 0; --attributePdus) {
+        DisEventCounters::add(events_->attributePdusMissing);
+        DtWarn << "Failed to read expected Coupled Attribute PDU\n";
     }
-}
-
-void DtDisSocket::queuePdu(QueuedPdu pdu) {
-    receiveQueue_.push_back(std::move(pdu));
-    if (receiveQueue_.size() == 1)
-        announceQueued(true);
 }
 
 // -------------------------------------------------------------------------------------------
 // Dropping
 
 int DtDisSocket::minSizeFilter(int size, DtInetSocketBufferChain&, DtInetEndpoint&, int* status) {
+    return dropSmall(size, *status);
+}
+
+int DtDisSocket::dropSmall(int size, int& status) {
     if (size <= 0 || size >= minPacketSize())
         return size;
     DisEventCounters::add(events_->belowMinSize);
-    *status = DtInetSockFiltered;
+    status = DtInetSockFiltered;
     return 0;
 }
 
 int DtDisSocket::suppressSelfReflect(int size, DtInetSocketBufferChain&, DtInetEndpoint& sender,
                                      int* status) {
+    return dropOwn(size, sender, *status);
+}
+
+int DtDisSocket::dropOwn(int size, const DtInetEndpoint& sender, int& status) {
     if (size <= 0)
         return size;
     const DtScopedLock lock(mutex());
@@ -218,7 +144,7 @@ int DtDisSocket::suppressSelfReflect(int size, DtInetSocketBufferChain&, DtInetE
         sender.address() != localSenderEndpoint_.address())
         return size;
     DisEventCounters::add(events_->ownDatagrams);
-    *status = DtInetSockOwnDatagram;
+    status = DtInetSockOwnDatagram;
     return 0;
 }
 
@@ -226,17 +152,7 @@ int DtDisSocket::filterExercisePdus(int size, DtInetSocketBufferChain& chain,
                                     DtInetEndpoint& sender, int* status) {
     if (size <= 0)
         return size;
-    DtDisSocketPduHeader header;
-    const int received = within(chain, size);
-    const PduExtent pdu = measurePdu(header, chain.begin(), chain.end(), 0, received);
-    if (received < thePduHeaderSize_bytes)
-        return dropBroken(pdu, status);
-    if (std::atomic<std::uint64_t>* failed = failedFilter(header, sender)) {
-        DisEventCounters::add(*failed);
-        *status = DtInetSockFiltered;
-        return 0;
-    }
-    return pdu.status == 0 ? pdu.size : dropBroken(pdu, status);
+    return filterPdu(ChainPdus(*this, chain), within(chain, size), sender, *status);
 }
 
 /// The counter of the first filter that does not let the PDU pass, null when all do.
@@ -254,9 +170,9 @@ std::atomic<std::uint64_t>* DtDisSocket::failedFilter(DtDisSocketPduHeader& head
 }
 
 /// Drops a datagram whose first PDU is incomplete or gives an impossible length.
-int DtDisSocket::dropBroken(const PduExtent& first, int* status) {
+int DtDisSocket::dropBroken(const PduExtent& first, int& status) {
     DisEventCounters::add(first.shortLength ? events_->invalidLengths : events_->incomplete);
-    *status = first.status;
+    status = first.status;
     return 0;
 }
 

@@ -4,7 +4,7 @@
 #include "DisSocket.h"
 #include "ScopedLock.h"
 #include "net/BufferParts.h"
-#include "net/DatagramIo.h"
+#include "net/DescriptorIo.h"
 #include "net/ScratchChain.h"
 #include "transport/DisSockPimpl.h"
 
@@ -15,13 +15,6 @@ namespace {
 /// The texts that an endpoint keeps are not for several threads: of a copy.
 DtString textOf(const DtInetEndpoint& endpoint) {
     return DtInetEndpoint(endpoint).toDtString();
-}
-
-int sizeOf(const iovec* parts, std::size_t count) {
-    std::size_t size = 0;
-    for (std::size_t i = 0; i < count; ++i)
-        size += parts[i].iov_len;
-    return static_cast<int>(size);
 }
 
 }  // namespace
@@ -134,7 +127,10 @@ const char* DtDisSocket::chainOperation() const {
 
 int DtDisSocket::sendTo(char* bytes, int size, DtInetEndpoint& destination, int flags) {
     if (bytes != nullptr && size > 0 && bundlesOnly(destination, flags)) {
-        ScratchChain pdu(bytes, static_cast<std::size_t>(size));
+        const auto length = static_cast<std::size_t>(size);
+        if (bundleDirectly(bytes, length, destination))
+            return size;
+        ScratchChain pdu(bytes, length);
         return bundleOnly(pdu.chain(), destination, flags, sendOperation());
     }
     if (!selfReflectSuppression_)
@@ -171,7 +167,8 @@ int DtDisSocket::transmit(const iovec* parts, std::size_t count, DtInetEndpoint&
         return DtInetUdpSocket::transmit(parts, count, destination, flags, operation);
     const DtInetEndpoint& to = state() == DtInetSockConnected ? this->destination() : destination;
     const int error = pimpl_->send(parts, count, SocketAddress(to), flags, sendQueueLimit());
-    return error == 0 ? sizeOf(parts, count) : sendingFailed(error, to, operation);
+    return error == 0 ? static_cast<int>(partsSize(parts, count))
+                      : sendingFailed(error, to, operation);
 }
 
 int DtDisSocket::sendingFailed(int error, const DtInetEndpoint& destination,

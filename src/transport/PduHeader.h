@@ -18,6 +18,16 @@ static_assert(offsetof(PduHeader, exerciseId) == 1 && offsetof(PduHeader, pduTyp
 static_assert(offsetof(PduHeader, timestamp) == 4 && offsetof(PduHeader, length) == 8);
 static_assert(offsetof(PduHeader, status) == 10 && offsetof(PduHeader, padding) == 11);
 
+inline int lengthOf(const PduHeader& header) {
+    return header.length[0] << 8 | header.length[1];
+}
+
+/// Whether it says that an Attribute PDU follows.
+inline bool announcesAttributes(const PduHeader& header, DtAttributePduStrategy strategy) {
+    return (header.protocolVersion >= 7 || strategy != DtAttributePduSince7) &&
+           header.pduType != theAttributePdu && (header.status & theCoupledExtensionBit) != 0;
+}
+
 }  // namespace OrynRti
 
 #endif

@@ -49,6 +49,8 @@ struct Way {
             if (record.kind == ShmRecord::EndMarker)
                 return true;
             if (record.kind == ShmRecord::WrapMarker) {
+                if (wrapped)
+                    return false;  // in circles
                 wrapped = true;
                 end = 0;
                 continue;
@@ -71,12 +73,17 @@ struct Way {
 DtShmMsgQueueWriter::DtShmMsgQueueWriter(Dt_Shm_Msg_Queue* queue, int size, int semId, int semNum,
                                          bool lockWait, bool initialise, bool dropOldest)
     : DtShmMsgQueueManager(queue, size, semId, semNum, initialise, dropOldest),
-      lockWait_(lockWait) {
+      lockWait_(lockWait),
+      mode_(mode()) {
     if (!initialise)
         attach();
 }
 
 DtShmMsgQueueWriter::~DtShmMsgQueueWriter() = default;
+
+bool DtShmMsgQueueWriter::dropsOldest() const {
+    return mode_.dropOldest;
+}
 
 uint64_t DtShmMsgQueueWriter::failedCount() const {
     return failed_;
@@ -94,28 +101,27 @@ uint64_t DtShmMsgQueueWriter::writtenCount() const {
 // Attaching
 
 void DtShmMsgQueueWriter::attach() {
-    const Mode mode = this->mode();
-    if (mode.dropOldest && lockFront(lockWait_) != 0)
+    if (mode_.dropOldest && lockFront(lockWait_) != 0)
         throw DtException(
             (std::string("DtShmMsgQueueWriter: no lock of the front: ") + std::strerror(errno))
                 .c_str(),
             nullptr);
-    const bool found = takeOver(mode);
-    if (mode.dropOldest)
+    const bool found = takeOver();
+    if (mode_.dropOldest)
         unlockFront();
     if (!found)
         throw DtException("DtShmMsgQueueWriter: the queue has no end marker", nullptr);
 }
 
-bool DtShmMsgQueueWriter::takeOver(const Mode& mode) {
+bool DtShmMsgQueueWriter::takeOver() {
     ShmRecordArea area(queue_, size_);
     Way way;
     if (!way.follow(area))
         return false;
     writePosition_ = way.end;
-    if (mode.dropOldest) {
+    if (mode_.dropOldest) {
         area.setFront(way.unread != 0 ? way.firstUnread : way.end);
-        if (mode.blockingRead)
+        if (mode_.blockingRead)
             topUpPackets(way.unread);
     }
     return true;
@@ -158,12 +164,11 @@ bool DtShmMsgQueueWriter::measure(Message& message) const {
 }
 
 bool DtShmMsgQueueWriter::write(const Message& message) {
-    const Mode mode = this->mode();
-    if (mode.blockingWrite)
-        return writeBlocking(message, mode);
-    Outcome outcome = writeIntoFree(message, mode);
-    if (outcome == Outcome::NoRoom && mode.dropOldest)
-        outcome = writeOverOldest(message, mode);
+    if (mode_.blockingWrite)
+        return writeBlocking(message);
+    Outcome outcome = writeIntoFree(message);
+    if (outcome == Outcome::NoRoom && mode_.dropOldest)
+        outcome = writeOverOldest(message);
     return outcome == Outcome::Done;
 }
 
@@ -202,11 +207,11 @@ void DtShmMsgQueueWriter::fillPayload(const Message& message, char* payload) {
 /// What it waits for is at most the whole area, which the semaphore comes back to when the
 /// reader has read all: the wait ends. Once it has ended the free bytes are one piece behind the
 /// end marker, or that up to the end of the area and one at its beginning; so the place is there.
-bool DtShmMsgQueueWriter::writeBlocking(const Message& message, const Mode& mode) {
+bool DtShmMsgQueueWriter::writeBlocking(const Message& message) {
     const int64_t need = message.need();
     const int64_t tail = size_ - writePosition_;
     if (need > tail && need > writePosition_)
-        return writeIntoEmpty(message, mode);
+        return writeIntoEmpty(message);
     const bool wraps = need > tail;
     const int taken = static_cast<int>(wraps ? need + tail : need);
     if (decrByteCount(taken) != 0)
@@ -219,31 +224,30 @@ bool DtShmMsgQueueWriter::writeBlocking(const Message& message, const Mode& mode
         return false;
     }
     put(message, {at, run.total, wraps, wraps ? ShmRecord::Message : ShmRecord::EndMarker});
-    return publishBytes(ShmRecordArea::theHeaderSize, mode) == 0;
+    return publishBytes(ShmRecordArea::theHeaderSize) == 0;
 }
 
 /// For a message that overlaps the end marker wherever it is put: all the bytes are taken, so
 /// every message has been read and given back, and no reader looks.
-bool DtShmMsgQueueWriter::writeIntoEmpty(const Message& message, const Mode& mode) {
+bool DtShmMsgQueueWriter::writeIntoEmpty(const Message& message) {
     if (decrByteCount(size_) != 0)
         return false;
     ShmRecordArea(queue_, size_).setFront(0);
     put(message, {0, size_, false, ShmRecord::EndMarker});
-    return publishBytes(size_ - message.padded() - ShmRecordArea::theHeaderSize, mode) == 0;
+    return publishBytes(size_ - message.padded() - ShmRecordArea::theHeaderSize) == 0;
 }
 
-int DtShmMsgQueueWriter::publishBytes(int64_t bytes, const Mode& mode) {
+int DtShmMsgQueueWriter::publishBytes(int64_t bytes) {
     sembuf operations[2] = {addBytes_, addPackets_};
     operations[0].sem_op = static_cast<short>(bytes);
-    return operate(operations, mode.blockingRead ? 2 : 1, "incrBytes");
+    return operate(operations, mode_.blockingRead ? 2 : 1, "incrBytes");
 }
 
 // -------------------------------------------------------------------------------------------
 // Dropping the oldest
 
 /// Without the lock: free records from the end marker on are the writer's own.
-DtShmMsgQueueWriter::Outcome DtShmMsgQueueWriter::writeIntoFree(const Message& message,
-                                                                const Mode& mode) {
+DtShmMsgQueueWriter::Outcome DtShmMsgQueueWriter::writeIntoFree(const Message& message) {
     const ShmRecordArea area(queue_, size_);
     ShmRun run = ShmRun::walk(area, writePosition_, size_, message.need(), true);
     const bool wraps = run.end == ShmRun::AtLimit;
@@ -255,18 +259,17 @@ DtShmMsgQueueWriter::Outcome DtShmMsgQueueWriter::writeIntoFree(const Message& m
         return Outcome::NoRoom;
     put(message, {wraps ? 0 : writePosition_, run.total, wraps,
                   wraps ? ShmRecord::Message : ShmRecord::EndMarker});
-    return publishPacket(mode) == 0 ? Outcome::Done : Outcome::Failed;
+    return publishPacket() == 0 ? Outcome::Done : Outcome::Failed;
 }
 
 /// Beyond what a semaphore counts a message has no packet; readers find it all the same.
-int DtShmMsgQueueWriter::publishPacket(const Mode& mode) {
-    if (!mode.blockingRead || operate(&addPackets_, 1, "incrPackets", ERANGE) == 0)
+int DtShmMsgQueueWriter::publishPacket() {
+    if (!mode_.blockingRead || operate(&addPackets_, 1, "incrPackets", ERANGE) == 0)
         return 0;
     return errno == ERANGE ? 0 : -1;
 }
 
-DtShmMsgQueueWriter::Outcome DtShmMsgQueueWriter::writeOverOldest(const Message& message,
-                                                                  const Mode& mode) {
+DtShmMsgQueueWriter::Outcome DtShmMsgQueueWriter::writeOverOldest(const Message& message) {
     if (lockFront(lockWait_) != 0)
         return Outcome::Failed;
     Place place{};
@@ -277,7 +280,7 @@ DtShmMsgQueueWriter::Outcome DtShmMsgQueueWriter::writeOverOldest(const Message&
     }
     dropped_ += static_cast<uint64_t>(dropped);
     put(message, place);
-    return unlockAfterDropping(dropped, mode) == 0 ? Outcome::Done : Outcome::Failed;
+    return unlockAfterDropping(dropped) == 0 ? Outcome::Done : Outcome::Failed;
 }
 
 bool DtShmMsgQueueWriter::findAnyPlace(const Message& message, Place& place) const {
@@ -333,14 +336,13 @@ bool DtShmMsgQueueWriter::isInside(const Place& place, int64_t at) const {
     return at >= writePosition_ || at < place.total;
 }
 
-int DtShmMsgQueueWriter::unlockAfterDropping(int64_t dropped, const Mode& mode) {
-    if (dropped == 0 && mode.blockingRead) {
-        const sembuf operations[2] = {unlock_, addPackets_};
-        const int result = operate(operations, 2, "clearLock", ERANGE);
-        return result != 0 && errno == ERANGE ? unlockFront() : result;
-    }
+/// The lock and the packets in a call each: one that changes both makes the system take the whole
+/// set for itself, in this call and some that follow, which costs more than it saves.
+int DtShmMsgQueueWriter::unlockAfterDropping(int64_t dropped) {
     const int result = unlockFront();
-    if (result == 0 && mode.blockingRead)
+    if (result == 0 && mode_.blockingRead && dropped == 0)
+        return publishPacket();
+    if (result == 0 && mode_.blockingRead)
         takePacketsThere(dropped - 1);
     return result;
 }

@@ -1,12 +1,10 @@
+#include <chrono>
 #include <fstream>
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
-#include <sys/shm.h>
+#include <random>
 #include <sys/stat.h>
+#include <thread>
 
-#include "Exceptions.h"
-#include "ShmPool.h"
-#include "ShmSemaphores.h"
 #include "support/Notifications.h"
 #include "transport/ShmSupport.h"
 
@@ -16,20 +14,7 @@ using testing::HasSubstr;
 
 namespace {
 
-bool exists(const std::string& path) {
-    struct stat found {};
-    return lstat(path.c_str(), &found) == 0;
-}
-
-template <typename Attempt>
-std::string messageOf(Attempt attempt) {
-    try {
-        attempt();
-    } catch (const DtException& problem) {
-        return problem.message();
-    }
-    return "nothing thrown";
-}
+const std::string theShmgetText = "DtSharedMemoryPoolManager() create has error with shmget: ";
 
 /// Leaves a pool with semaphores behind, as a program that was killed does.
 void leavePoolBehind(const DtString& name, int size) {
@@ -39,6 +24,22 @@ void leavePoolBehind(const DtString& name, int size) {
         return raise(SIGKILL);
     });
     ASSERT_EQ(killed.wait(), -SIGKILL);
+}
+
+int modeOfSegment(int id) {
+    shmid_ds state{};
+    return shmctl(id, IPC_STAT, &state) == 0 ? state.shm_perm.mode & 0777 : -1;
+}
+
+int modeOfSemaphores(int id) {
+    semid_ds state{};
+    return semctl(id, 0, IPC_STAT, &state) == 0 ? state.sem_perm.mode & 0777 : -1;
+}
+
+std::string textIn(const std::string& path) {
+    std::string text;
+    std::ifstream(path) >> text;
+    return text;
 }
 
 /// A name that nothing is left under, whatever becomes of the test.
@@ -60,28 +61,21 @@ TEST_F(ShmPool, KeyIsThatOfAnEmptiedFile) {
     std::ofstream(path_) << "text";
     const key_t key = DtGetShmKeyFromString(name_);
     EXPECT_EQ(key, ftok(path_.c_str(), 0));
-    struct stat found {};
-    ASSERT_EQ(lstat(path_.c_str(), &found), 0);
-    EXPECT_EQ(found.st_size, 0);
+    EXPECT_EQ(textIn(path_), "");
     EXPECT_EQ(DtGetShmKeyFromString(name_), key);
 }
 
-TEST_F(ShmPool, NamesThatCanHaveNoKeyFileGiveThePrivateKey) {
+TEST_F(ShmPool, NameWithoutAKeyFileOfItsOwnGivesThePrivateKey) {
     DtString cleared(std::string(100, 'x'));
     cleared.clear();
     for (const DtString& name : {DtString(""), cleared, DtString("a/b"), DtString("../tmp/a"),
                                  DtString(std::string(300, 'n'))})
         EXPECT_EQ(DtGetShmKeyFromString(name), 0);
-}
-
-TEST_F(ShmPool, KeyFileIsNeverALinkOrADirectory) {
     const std::string target = path_ + "-target";
     std::ofstream(target) << "precious";
     ASSERT_EQ(symlink(target.c_str(), path_.c_str()), 0);
     EXPECT_EQ(DtGetShmKeyFromString(name_), 0);
-    std::string text;
-    std::ifstream(target) >> text;
-    EXPECT_EQ(text, "precious");
+    EXPECT_EQ(textIn(target), "precious");
     unlink(target.c_str());
     unlink(path_.c_str());
     ASSERT_EQ(mkdir(path_.c_str(), 0700), 0);
@@ -98,14 +92,14 @@ TEST_F(ShmPool, FileThatMayNotBeWrittenServesAsItIs) {
         return DtGetShmKeyFromString(name_) == key ? 0 : 1;
     });
     EXPECT_EQ(ordinaryUser.wait(), 0);
-    struct stat found {};
-    ASSERT_EQ(lstat(path_.c_str(), &found), 0);
-    EXPECT_EQ(found.st_size, 4);
+    EXPECT_EQ(textIn(path_), "text");
 }
 
 TEST_F(ShmPool, ClientSharesTheManagersSegmentUntilItIsRemoved) {
+    key_t key = 0;
     {
-        const DtSharedMemoryPoolManager manager(name_, 100);
+        DtSharedMemoryPoolManager manager(name_, 100);
+        key = manager.key();
         Child other([&] {
             const DtSharedMemoryPoolClient client(name_);
             static_cast<char*>(client.address())[99] = 'c';
@@ -117,23 +111,29 @@ TEST_F(ShmPool, ClientSharesTheManagersSegmentUntilItIsRemoved) {
         EXPECT_EQ(other.wait(), 0);
         EXPECT_EQ(static_cast<char*>(manager.address())[99], 'c');
         EXPECT_EQ(manager.attachCount(), 1);
-        EXPECT_EQ(manager.creatorPid(), getpid());
-        EXPECT_EQ(manager.key(), DtGetShmKeyFromString(name_));
+        EXPECT_EQ(key, DtGetShmKeyFromString(name_));
+        EXPECT_EQ(modeOfSegment(manager.segmentId()), 0666);
+        EXPECT_TRUE(manager.restrictToOwner());
+        EXPECT_EQ(modeOfSegment(manager.segmentId()), 0600);
     }
-    EXPECT_FALSE(exists(path_));
-    EXPECT_EQ(messageOf([&] { DtSharedMemoryPoolClient client(name_); }),
-              "DtSharedMemoryPoolManager() create has error with shmget: "
-              "No such file or directory");
-    EXPECT_FALSE(exists(path_));
+    EXPECT_EQ(problemOf([&] { DtSharedMemoryPoolClient client(name_); }),
+              theShmgetText + "No such file or directory");
+    EXPECT_EQ(remainsOf(name_, key), "");
 }
 
-TEST_F(ShmPool, RefusedSegmentThrowsWithTheSystemsText) {
-    EXPECT_EQ(messageOf([&] { DtSharedMemoryPoolManager pool(name_, 0); }),
-              "DtSharedMemoryPoolManager() create has error with shmget: Invalid argument");
+TEST_F(ShmPool, SegmentInUseIsNeverTouched) {
+    EXPECT_EQ(problemOf([&] { DtSharedMemoryPoolManager pool(name_, 0); }),
+              theShmgetText + "Invalid argument");
     const DtSharedMemoryPoolManager held(name_, 100);
-    EXPECT_EQ(messageOf([&] { DtSharedMemoryPoolManager larger(name_, 101); }),
-              "DtSharedMemoryPoolManager() create has error with shmget: Invalid argument");
-    EXPECT_EQ(held.size(), 100u);
+    EXPECT_EQ(problemOf([&] { DtSharedMemoryPoolManager larger(name_, 101); }),
+              theShmgetText + "Invalid argument");
+    EXPECT_FALSE(DtRemoveStaleSharedMemory(name_));
+    Child other([&] {
+        DtSharedMemoryPoolManager same(name_, 60);
+        return same.size() == 100 && same.segmentId() == held.segmentId() ? 0 : 1;
+    });
+    EXPECT_EQ(other.wait(), 0);
+    EXPECT_EQ(DtSharedMemoryPoolClient(name_).segmentId(), held.segmentId());
 }
 
 TEST_F(ShmPool, WithoutKeyFileTheSegmentIsPrivateAndSaysSo) {
@@ -148,52 +148,56 @@ TEST_F(ShmPool, WithoutKeyFileTheSegmentIsPrivateAndSaysSo) {
     }
     EXPECT_EQ(said.text(1),
               "DtSharedMemoryPoolManager: no key file for pool a/b, its segment is private\n");
-    shmid_ds state{};
-    EXPECT_EQ(shmctl(id, IPC_STAT, &state), -1);
+    EXPECT_EQ(modeOfSegment(id), -1);
 }
 
-TEST_F(ShmPool, StaleSegmentOfAnotherSizeIsReplaced) {
+// -------------------------------------------------------------------------------------------
+// After a program that was killed
+
+TEST_F(ShmPool, WhatWasLeftIsTakenOverOrReplaced) {
+    for (const int size : {100, 50}) {
+        leavePoolBehind(name_, 100);
+        CapturedNotifications said;
+        const DtSharedMemoryPoolManager pool(name_, size);
+        const int old = semget(pool.key(), 0, 0);
+        ASSERT_NE(old, -1);
+        const DtShmSemaphores semaphores(pool, true);
+        EXPECT_EQ(pool.size(), static_cast<size_t>(size));
+        EXPECT_THAT(said.text(2), HasSubstr(size == 50 ? "replaced a stale segment" : ""));
+        EXPECT_EQ(modeOfSemaphores(old), -1);
+        EXPECT_EQ(modeOfSemaphores(semaphores.id()), 0666);
+    }
+}
+
+TEST_F(ShmPool, WhatWasLeftIsRemovedOnceNobodyUsesIt) {
     leavePoolBehind(name_, 100);
-    CapturedNotifications said;
-    const DtSharedMemoryPoolManager pool(name_, 50);
-    const DtShmSemaphores pair(pool, false);  // takes the place of the pair left behind
-    EXPECT_EQ(pool.size(), 50u);
-    EXPECT_EQ(pool.creatorPid(), getpid());
-    EXPECT_THAT(said.text(2), HasSubstr("replaced a stale segment"));
-}
-
-TEST_F(ShmPool, SegmentOfAnotherLivingProcessIsLeftToIt) {
-    const DtSharedMemoryPoolManager held(name_, 100);
-    Child other([&] {
-        DtSharedMemoryPoolManager same(name_, 60);
-        return same.size() == 100 && same.segmentId() == held.segmentId() ? 0 : 1;
-    });
-    EXPECT_EQ(other.wait(), 0);
-    EXPECT_EQ(DtSharedMemoryPoolClient(name_).segmentId(), held.segmentId());
-}
-
-TEST_F(ShmPool, RestrictedSegmentHasTheOwnersModeOnly) {
-    DtSharedMemoryPoolManager pool(name_, 100);
-    shmid_ds state{};
-    ASSERT_EQ(shmctl(pool.segmentId(), IPC_STAT, &state), 0);
-    EXPECT_EQ(state.shm_perm.mode & 0777, 0666);
-    EXPECT_TRUE(pool.restrictToOwner());
-    ASSERT_EQ(shmctl(pool.segmentId(), IPC_STAT, &state), 0);
-    EXPECT_EQ(state.shm_perm.mode & 0777, 0600);
-}
-
-TEST_F(ShmPool, WhatAKilledProgramLeftIsRemovedOnlyWhenNobodyUsesIt) {
-    leavePoolBehind(name_, 100);
+    const key_t key = ftok(path_.c_str(), 0);
     {
         const DtSharedMemoryPoolClient user(name_);
         EXPECT_FALSE(DtRemoveStaleSharedMemory(name_));
     }
-    const key_t key = ftok(path_.c_str(), 0);
+    EXPECT_EQ(remainsOf(name_, key), "key file segment semaphores");
     EXPECT_TRUE(DtRemoveStaleSharedMemory(name_));
-    EXPECT_EQ(shmget(key, 0, 0), -1);
-    EXPECT_EQ(semget(key, 0, 0), -1);
-    EXPECT_FALSE(exists(path_));
+    EXPECT_EQ(remainsOf(name_, key), "");
     EXPECT_FALSE(DtRemoveStaleSharedMemory(name_));
+}
+
+TEST_F(ShmPool, NothingIsLeftWheneverItsCreatorIsKilled) {
+    std::mt19937 random(4);
+    for (int round = 0; round < 120; ++round) {
+        Child creator([&]() -> int {
+            for (;;) {
+                const DtSharedMemoryPoolManager pool(name_, 100);
+                const DtShmSemaphores semaphores(pool);
+            }
+        });
+        // Nothing is waited for: any moment will do.
+        std::this_thread::sleep_for(std::chrono::microseconds(random() % 1000));
+        creator.kill();
+        const key_t key = ftok(path_.c_str(), 0);  // -1 when the file is not there
+        DtRemoveStaleSharedMemory(name_);
+        ASSERT_TRUE(key == -1 || remainsOf(name_, key).empty()) << remainsOf(name_, key);
+    }
 }
 
 // -------------------------------------------------------------------------------------------
@@ -209,27 +213,13 @@ TEST_F(ShmPool, SemaphoresAreCreatedOnceAndJoinedByClients) {
             if (DtShmSemaphores(client).id() != id)
                 return 1;
             const DtSharedMemoryPoolManager second(name_, 100);
-            const std::string problem = messageOf([&] { DtShmSemaphores again(second); });
+            const std::string problem = problemOf([&] { DtShmSemaphores again(second); });
             return problem == "DtShmSemaphores() create has error with semget: File exists" ? 0 : 2;
         });
         EXPECT_EQ(other.wait(), 0);
-        semid_ds state{};
-        ASSERT_EQ(semctl(id, 0, IPC_STAT, &state), 0);
-        EXPECT_EQ(state.sem_perm.mode & 0777, 0600);
+        EXPECT_EQ(modeOfSemaphores(id), 0600);
         EXPECT_EQ(semctl(id, 0, GETVAL) + semctl(id, 1, GETVAL), 0);
     }
-    EXPECT_EQ(semctl(id, 0, GETVAL), -1);
+    EXPECT_EQ(modeOfSemaphores(id), -1);
     EXPECT_THROW(DtShmSemaphores{DtSharedMemoryPoolClient(name_)}, DtException);
-}
-
-TEST_F(ShmPool, SemaphoresLeftBehindAreReplaced) {
-    leavePoolBehind(name_, 100);
-    const DtSharedMemoryPoolManager pool(name_, 100);
-    const int old = semget(pool.key(), 0, 0);
-    ASSERT_NE(old, -1);
-    const DtShmSemaphores semaphores(pool, true);
-    EXPECT_EQ(semctl(old, 0, GETVAL), -1);
-    semid_ds state{};
-    ASSERT_EQ(semctl(semaphores.id(), 0, IPC_STAT, &state), 0);
-    EXPECT_EQ(state.sem_perm.mode & 0777, 0666);
 }

@@ -4,19 +4,24 @@
 #include <csignal>
 #include <cstdint>
 #include <cstring>
+#include <gtest/gtest.h>
 #include <memory>
 #include <string>
-#include <sys/ipc.h>
 #include <sys/sem.h>
+#include <sys/shm.h>
 #include <sys/wait.h>
 #include <unistd.h>
-#include <vector>
 
+#include "Exceptions.h"
 #include "ShmPool.h"
-#include "ShmQueue.h"
+#include "ShmReader.h"
 #include "ShmSemaphores.h"
+#include "ShmWriter.h"
 
 namespace OrynRti::Tests {
+
+using Reader = DtShmMsgQueueReader;
+using Writer = DtShmMsgQueueWriter;
 
 /// No other process, and no other pool of this one, has it.
 inline DtString uniquePoolName() {
@@ -26,6 +31,24 @@ inline DtString uniquePoolName() {
 
 inline std::string keyFileOf(const DtString& name) {
     return std::string("/tmp/") + name.c_str() + ".shared";
+}
+
+/// What the system still has of a pool.
+inline std::string remainsOf(const DtString& name, key_t key) {
+    return std::string(access(keyFileOf(name).c_str(), F_OK) == 0 ? "key file " : "") +
+           (shmget(key, 0, 0) != -1 ? "segment " : "") +
+           (semget(key, 0, 0) != -1 ? "semaphores" : "");
+}
+
+/// What an attempt throws; empty when it succeeds.
+template <typename Attempt>
+std::string problemOf(Attempt attempt) {
+    try {
+        attempt();
+    } catch (const DtException& problem) {
+        return problem.message();
+    }
+    return "";
 }
 
 /// Runs work in a process of its own, which ends with the result of the work. Killed and waited
@@ -69,24 +92,43 @@ struct RawRecord {
     uint16_t state;
     uint16_t kind;
     uint32_t length;
+
+    int extent() const { return static_cast<int>(length) + 8; }
 };
 
-/// What a test looks at behind the back of readers and writers.
-class QueueView {
-public:
-    QueueView(Dt_Shm_Msg_Queue* queue, int size, int semId)
-        : queue_(queue), size_(size), semId_(semId) {}
+/// Memory and semaphores for a queue; all gone when this object goes. On the heap the address
+/// sanitizer sees a step outside of the memory; in the segment other processes see the queue.
+/// Tests look at the records behind the back of readers and writers.
+struct TestQueue {
+    enum Where { OnHeap, InSegment };
 
-    int first() const { return semctl(semId_, 0, GETVAL); }
-    int packets() const { return semctl(semId_, 1, GETVAL); }
-    int front() const { return static_cast<int>(queue_->front); }
+    explicit TestQueue(int areaSize, Where where = OnHeap)
+        : size(areaSize),
+          memory(new char[static_cast<size_t>(DtShmMsgQueueManager::segmentSize(areaSize))]()),
+          pool(uniquePoolName(), DtShmMsgQueueManager::segmentSize(areaSize)),
+          semaphores(std::make_unique<DtShmSemaphores>(pool)),
+          queue(static_cast<Dt_Shm_Msg_Queue*>(where == OnHeap ? memory.get() : pool.address())) {}
 
+    template <typename End>
+    std::unique_ptr<End> open(bool initialise, bool dropOldest, bool lockWait = true) const {
+        return std::make_unique<End>(queue, size, semaphores->id(), 0, lockWait, initialise,
+                                     dropOldest);
+    }
+
+    int first() const { return semctl(semaphores->id(), 0, GETVAL); }
+    int packets() const { return semctl(semaphores->id(), 1, GETVAL); }
+    /// Whether that many wait for one of the semaphores.
+    bool isAwaited(int number, int waiting = 1) const {
+        return semctl(semaphores->id(), number, GETNCNT) >= waiting;
+    }
+
+    char* area() const { return reinterpret_cast<char*>(queue + 1); }
     RawRecord record(int at) const {
         RawRecord copy;
         std::memcpy(&copy, area() + at, sizeof copy);
         return copy;
     }
-    void setRecord(int at, const RawRecord& record) {
+    void setRecord(int at, const RawRecord& record) const {
         std::memcpy(area() + at, &record, sizeof record);
     }
 
@@ -101,49 +143,30 @@ public:
     /// tile it.
     Way follow() const {
         Way way;
-        for (way.end = front(); record(way.end).kind != 2;) {
+        for (way.end = static_cast<int>(queue->front); record(way.end).kind != 2;) {
             const RawRecord header = record(way.end);
-            const int extent = static_cast<int>(header.length) + 8;
             way.unread += header.kind == 0 && header.state == 0 ? 1 : 0;
-            way.bytes += extent;
-            way.end = header.kind == 1 ? 0 : way.end + extent;
-            if (way.end < 0 || way.end > size_ - 8 || way.bytes > size_)
+            way.bytes += header.extent();
+            way.end += header.extent();
+            if (header.kind == 1 && way.end == size)
+                way.end = 0;
+            if (way.end < 0 || way.end > size - 8 || way.bytes > size)
                 return {"no end marker on the way from the front", 0, 0, 0};
         }
         int at = 0;
-        while (at <= size_ - 8)
-            at += static_cast<int>(record(at).length) + 8;
-        if (at != size_)
+        while (at <= size - 8)
+            at += record(at).extent();
+        if (at != size)
             way.fault = "records end at " + std::to_string(at);
         return way;
     }
 
-private:
-    char* area() const { return reinterpret_cast<char*>(queue_ + 1); }
-
-    Dt_Shm_Msg_Queue* queue_;
-    int size_;
-    int semId_;
-};
-
-/// Memory and semaphores for a queue; all gone when this object goes. On the heap the address
-/// sanitizer sees a step outside of the memory; in the segment other processes see the queue.
-struct TestQueue {
-    enum Where { OnHeap, InSegment };
-
-    explicit TestQueue(int areaSize, Where where = OnHeap)
-        : size(areaSize),
-          memory(new char[static_cast<size_t>(DtShmMsgQueueManager::segmentSize(areaSize))]()),
-          pool(uniquePoolName(), DtShmMsgQueueManager::segmentSize(areaSize)),
-          semaphores(std::make_unique<DtShmSemaphores>(pool)),
-          queue(static_cast<Dt_Shm_Msg_Queue*>(where == OnHeap ? memory.get() : pool.address())) {}
-
-    QueueView view() const { return {queue, size, semaphores->id()}; }
-
-    template <typename End>
-    std::unique_ptr<End> open(bool initialise, bool dropOldest, bool lockWait = true) const {
-        return std::make_unique<End>(queue, size, semaphores->id(), 0, lockWait, initialise,
-                                     dropOldest);
+    /// Whether bytes, packets and records are as they must be while nobody is inside a call.
+    void expectSound(bool dropOldest) const {
+        const Way way = follow();
+        ASSERT_EQ(way.fault, "");
+        EXPECT_EQ(packets(), way.unread);
+        EXPECT_EQ(first(), dropOldest ? 1 : size - way.bytes);
     }
 
     int size;
@@ -152,6 +175,11 @@ struct TestQueue {
     std::unique_ptr<DtShmSemaphores> semaphores;
     Dt_Shm_Msg_Queue* queue;
 };
+
+/// For tests whose parameter is whether the oldest is dropped.
+inline std::string nameOfKind(const testing::TestParamInfo<bool>& kind) {
+    return kind.param ? "DropOldest" : "Blocking";
+}
 
 }  // namespace OrynRti::Tests
 
