@@ -31,8 +31,13 @@ public:
     virtual bool operator==(const DtBaseHashKey& other) const;
     virtual bool operator!=(const DtBaseHashKey& other) const;
 
-    /// Computed on the first call, and kept.
-    virtual unsigned int hashValue() const;
+    /// Computed on the first call, and kept. (Defined here, as value() of texts is, for tables,
+    /// which ask for it most; exported all the same.)
+    DT_EXPORT virtual unsigned int hashValue() const {
+        if (hashed_ != 1)
+            keepHash();
+        return hash_;
+    }
 
     /// 0 here, 1 to 4 for the classes below. A class that gives one of their numbers must derive
     /// from the class it belongs to.
@@ -56,6 +61,8 @@ protected:
     DtBaseHashKey& operator=(const DtBaseHashKey&) = default;
 
 private:
+    void keepHash() const;
+
     // The order of the members is fixed.
     mutable int hashed_ = 0;
     mutable unsigned int hash_ = 0;
@@ -112,7 +119,7 @@ public:
     DtString stringRep() const override;
     bool equalTo(const DtBaseHashKey& other) const override;
     unsigned int computeHashValue() override;
-    virtual const DtString& value() const;
+    DT_EXPORT virtual const DtString& value() const { return value_; }
 
     /// Keeps a hash that has been computed already: set the value of a key before its first use.
     virtual void setValue(const DtString& value);

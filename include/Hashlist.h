@@ -2,7 +2,6 @@
 #define RTIQNUTIL_HASHLIST_H
 
 #include <memory>
-#include <utility>
 
 #include "Export.h"
 #include "HashKeys.h"
@@ -13,19 +12,25 @@ namespace OrynRti {
 /// One entry of a DtHashlist: its key, and where the table's lists hold its data and its key.
 class DT_EXPORT DtHashItem {
 public:
-    DtHashItem(std::unique_ptr<DtBaseHashKey> key, DtListItem* listItem)
-        : key_(std::move(key)), listItem_(listItem) {}
+    DtHashItem(std::unique_ptr<DtBaseHashKey> key, DtListItem* listItem);
 
     DtBaseHashKey* hashKey() const { return key_.get(); }
     DtListItem* listItem() const { return listItem_; }
     DtListItem* keyItem() const { return keyItem_; }
     void setKeyItem(DtListItem* keyItem) { keyItem_ = keyItem; }
 
+    /// Whether the key is a DtStringHashKey and of no class derived from it, which may compare
+    /// otherwise; and then its hash. A lookup need not touch keys that these rule out.
+    bool isText() const { return isText_; }
+    unsigned int textHash() const { return textHash_; }
+
 private:
     // The order of the members is fixed.
     std::unique_ptr<DtBaseHashKey> key_;
     DtListItem* listItem_;
     DtListItem* keyItem_ = nullptr;
+    bool isText_;
+    unsigned int textHash_;
 };
 
 /// A hash table from keys to untyped data pointers that also keeps its entries in the order in
@@ -50,7 +55,7 @@ private:
 ///            is destroyed; the caller may walk it and add to it, but not remove what the table
 ///            added. keys() and list() are for walking only
 /// Errors:    none; what is not found gives null
-/// Cost:      add allocates five blocks beside the key; a lookup walks one bucket, removing an
+/// Cost:      add allocates three blocks beside the key; a lookup walks one bucket, removing an
 ///            entry searches no list but its bucket
 class DT_EXPORT DtHashlist {
 public:

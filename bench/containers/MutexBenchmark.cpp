@@ -1,32 +1,34 @@
-// DtMutex beside the bare recursive POSIX mutex it stands on.
+// DtMutex beside the bare recursive POSIX mutex that it stands on.
 #include <benchmark/benchmark.h>
+#include <mutex>
 #include <pthread.h>
 
 #include "Mutex.h"
-#include "ScopedLock.h"
 
 using namespace OrynRti;
 
 namespace {
 
-pthread_mutex_t* bareMutex() {
-    static pthread_mutex_t mutex = PTHREAD_RECURSIVE_MUTEX_INITIALIZER_NP;
-    return &mutex;
-}
+struct BareMutex {
+    void lock() { pthread_mutex_lock(&mutex); }
+    void unlock() { pthread_mutex_unlock(&mutex); }
 
-void bareRecursiveMutex(benchmark::State& state) {
+    pthread_mutex_t mutex = PTHREAD_RECURSIVE_MUTEX_INITIALIZER_NP;
+};
+
+/// The compiler does not know which mutex it is, so that virtual calls are made.
+template <class Mutex>
+void lockAndUnlock(benchmark::State& state) {
+    Mutex own;
+    Mutex* volatile unknown = &own;
+    Mutex* const mutex = unknown;
     for (auto _ : state) {
-        pthread_mutex_lock(bareMutex());
-        pthread_mutex_unlock(bareMutex());
+        mutex->lock();
+        mutex->unlock();
     }
 }
-BENCHMARK(bareRecursiveMutex)->Threads(1)->Threads(2);
-
-void scopedLock(benchmark::State& state) {
-    static DtMutex mutex;
-    for (auto _ : state)
-        DtScopedLock lock(mutex, true);
-}
-BENCHMARK(scopedLock)->Threads(1)->Threads(2);
+BENCHMARK(lockAndUnlock<DtMutex>)->Name("MutexLockUnlock/Ours");
+BENCHMARK(lockAndUnlock<BareMutex>)->Name("MutexLockUnlock/Limit");
+BENCHMARK(lockAndUnlock<std::recursive_mutex>)->Name("MutexLockUnlock/Std");
 
 }  // namespace

@@ -38,12 +38,9 @@ bool DtBaseHashKey::operator!=(const DtBaseHashKey& other) const {
     return !(*this == other);
 }
 
-unsigned int DtBaseHashKey::hashValue() const {
-    if (hashed_ != 1) {
-        hash_ = const_cast<DtBaseHashKey*>(this)->computeHashValue();
-        hashed_ = 1;
-    }
-    return hash_;
+void DtBaseHashKey::keepHash() const {
+    hash_ = const_cast<DtBaseHashKey*>(this)->computeHashValue();
+    hashed_ = 1;
 }
 
 int DtBaseHashKey::hashKeyType() const {
@@ -132,11 +129,11 @@ DtString DtStringHashKey::stringRep() const {
 
 // The base rule, without making text forms where the class has none of its own.
 bool DtStringHashKey::equalTo(const DtBaseHashKey& other) const {
-    if (hashValue() != other.hashValue())
-        return false;
-    if (typeid(*this) == typeid(DtStringHashKey) && typeid(other) == typeid(DtStringHashKey))
-        return value_ == static_cast<const DtStringHashKey&>(other).value_;
-    return DtBaseHashKey::equalTo(other);
+    if (typeid(*this) != typeid(DtStringHashKey) || typeid(other) != typeid(DtStringHashKey))
+        return DtBaseHashKey::equalTo(other);
+    const auto& otherText = static_cast<const DtStringHashKey&>(other);
+    return DtBaseHashKey::hashValue() == otherText.DtBaseHashKey::hashValue() &&
+           value_ == otherText.value_;
 }
 
 unsigned int DtStringHashKey::computeHashValue() {
@@ -145,10 +142,6 @@ unsigned int DtStringHashKey::computeHashValue() {
     for (std::uint32_t i = 0; text != nullptr && text[i] != '\0'; ++i)
         sum += static_cast<std::uint32_t>(static_cast<signed char>(text[i])) * (i + 1);
     return sum;
-}
-
-const DtString& DtStringHashKey::value() const {
-    return value_;
 }
 
 void DtStringHashKey::setValue(const DtString& value) {

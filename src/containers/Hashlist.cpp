@@ -2,12 +2,26 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <typeinfo>
+#include <utility>
 
 #include "Print.h"
 
 namespace OrynRti {
 
 namespace {
+
+/// An entry and its place in its bucket in one block, which spares lookups a way to memory.
+class BucketItem : public DtListItem {
+public:
+    BucketItem(std::unique_ptr<DtBaseHashKey> key, DtListItem* listItem)
+        : DtListItem(&entry_), entry_(std::move(key), listItem) {}
+
+    DtHashItem& entry() { return entry_; }
+
+private:
+    DtHashItem entry_;
+};
 
 DtBaseHashKey& keyOf(const DtListItem* keyItem) {
     return *static_cast<DtBaseHashKey*>(keyItem->data());
@@ -16,6 +30,33 @@ DtBaseHashKey& keyOf(const DtListItem* keyItem) {
 DtHashItem* entryOf(const DtListItem* bucketItem) {
     return bucketItem != nullptr ? static_cast<DtHashItem*>(bucketItem->data()) : nullptr;
 }
+
+bool isTextKey(const DtBaseHashKey& key) {
+    return typeid(key) == typeid(DtStringHashKey);
+}
+
+/// A key that is looked up. Texts, which most keys are, are compared without a call of equalTo
+/// for every entry of a bucket.
+class Wanted {
+public:
+    explicit Wanted(const DtBaseHashKey& key)
+        : key_(key), text_(isTextKey(key) ? textOf(key).string() : nullptr) {}
+
+    bool is(const DtHashItem& entry) const {
+        if (text_ == nullptr || !entry.isText())
+            return entry.hashKey()->equalTo(key_);
+        return entry.textHash() == key_.DtBaseHashKey::hashValue() &&
+               textOf(*entry.hashKey()) == text_;
+    }
+
+private:
+    static const DtString& textOf(const DtBaseHashKey& key) {
+        return static_cast<const DtStringHashKey&>(key).DtStringHashKey::value();
+    }
+
+    const DtBaseHashKey& key_;
+    const char* text_;  ///< Null for other keys.
+};
 
 /// Looking up changes nothing; it is not const so that derived tables may reorder themselves.
 void* dataOf(const DtHashlist& table, const DtBaseHashKey& key) {
@@ -35,6 +76,12 @@ void printData(const void* data) {
 }
 
 }  // namespace
+
+DtHashItem::DtHashItem(std::unique_ptr<DtBaseHashKey> key, DtListItem* listItem)
+    : key_(std::move(key)),
+      listItem_(listItem),
+      isText_(key_ != nullptr && isTextKey(*key_)),
+      textHash_(isText_ ? key_->hashValue() : 0) {}
 
 DtHashlist::DtHashlist(int buckets) : DtHashlist(nullptr, buckets) {}
 
@@ -57,9 +104,6 @@ DtHashlist& DtHashlist::operator=(const DtHashlist& other) {
 }
 
 DtHashlist::~DtHashlist() {
-    for (int i = 0; i < bucketCount_; ++i)
-        for (const DtListItem* item = buckets_[i].first(); item != nullptr; item = item->next())
-            delete entryOf(item);
     if (ownsList_)
         delete list_;
 }
@@ -74,11 +118,9 @@ DtListItem* DtHashlist::add(const DtBaseHashKey& key, void* data, void** old) {
         *old = previous;
 
     DtListItem* dataItem = list_->add(data);
-    auto item = std::make_unique<DtHashItem>(std::move(ownKey), dataItem);
-    DtHashItem* added = item.get();
-    bucket->add(added);
-    item.release();
-    added->setKeyItem(keys_.add(added->hashKey()));
+    auto* item = new BucketItem(std::move(ownKey), dataItem);
+    bucket->addToList(item, bucket->last());
+    item->entry().setKeyItem(keys_.add(item->entry().hashKey()));
     return dataItem;
 }
 
@@ -86,11 +128,12 @@ void* DtHashlist::remove(const DtBaseHashKey& key) {
     DtListItem* bucketItem = bucketItemLookup(key);
     if (bucketItem == nullptr)
         return nullptr;
+    bucketFromHashKey(key)->removeFromList(bucketItem);
     // Freed last: `key` may be the entry's own.
-    const std::unique_ptr<DtHashItem> item(entryOf(bucketItem));
-    bucketFromHashKey(key)->remove(bucketItem);
-    keys_.remove(item->keyItem());
-    return list_->remove(item->listItem());
+    const std::unique_ptr<DtListItem> removed(bucketItem);
+    const DtHashItem* entry = entryOf(bucketItem);
+    keys_.remove(entry->keyItem());
+    return list_->remove(entry->listItem());
 }
 
 void* DtHashlist::lookup(const DtBaseHashKey& key) {
@@ -136,8 +179,9 @@ DtList* DtHashlist::bucketFromHashKey(const DtBaseHashKey& key) {
 }
 
 DtListItem* DtHashlist::bucketItemLookup(const DtBaseHashKey& key) {
+    const Wanted wanted(key);
     DtListItem* item = bucketFromHashKey(key)->first();
-    while (item != nullptr && !entryOf(item)->hashKey()->equalTo(key))
+    while (item != nullptr && !wanted.is(*entryOf(item)))
         item = item->next();
     return item;
 }

@@ -1,8 +1,9 @@
 #include "LockfreeQueue.h"
 
 #include <boost/lockfree/queue.hpp>
-#include <boost/lockfree/spsc_queue.hpp>
+#include <cstddef>
 #include <limits>
+#include <memory>
 #include <new>
 
 namespace OrynRti {
@@ -36,44 +37,27 @@ bool DtLockfreeMpmcQueueImpl::_empty() const {
 
 //----------------------------------------------------------------------------------------------
 
-/// On cache lines of its own: a neighbour on the line of an index, such as the pointer by which
-/// both threads come here, would have to be fetched anew after every entry.
-struct alignas(64) DtLockfreeQueueImpl::Queue {
-    explicit Queue(unsigned long capacity) : entries(checked(capacity)) {}
-
-    // The ring adds one slot of its own, which must not wrap around to none.
-    static unsigned long checked(unsigned long capacity) {
-        if (capacity == std::numeric_limits<unsigned long>::max())
-            throw std::bad_alloc();
-        return capacity;
-    }
-
-    boost::lockfree::spsc_queue<void*> entries;
-};
-
 DtLockfreeQueueImpl::DtLockfreeQueueImpl(unsigned long capacity)
-    : queue_(new Queue(capacity)), capacity_(capacity) {}
+    : queue_(newQueue(capacity)), capacity_(capacity) {}
 
 DtLockfreeQueueImpl::~DtLockfreeQueueImpl() = default;
 
-bool DtLockfreeQueueImpl::_push(void* const& data) {
-    return queue_->entries.push(data);
+DtLockfreeQueueImpl::Queue* DtLockfreeQueueImpl::newQueue(unsigned long capacity) {
+    constexpr std::size_t most =
+        (std::numeric_limits<std::size_t>::max() - sizeof(Queue)) / sizeof(void*) - 1;
+    if (capacity > most)
+        throw std::bad_alloc();
+    const std::size_t slots_bytes = (capacity + 1) * sizeof(void*);
+    void* const block =
+        ::operator new (sizeof(Queue) + slots_bytes, std::align_val_t{alignof(Queue)});
+    auto* queue = new (block) Queue;
+    std::uninitialized_default_construct_n(queue->slots(), capacity + 1);
+    return queue;
 }
 
-bool DtLockfreeQueueImpl::_pop(void*& data) {
-    return queue_->entries.pop(data);
-}
-
-bool DtLockfreeQueueImpl::_empty() const {
-    return queue_->entries.empty();
-}
-
-unsigned long DtLockfreeQueueImpl::_write_available() const {
-    return queue_->entries.write_available();
-}
-
-unsigned long DtLockfreeQueueImpl::_read_available() const {
-    return queue_->entries.read_available();
+void DtLockfreeQueueImpl::FreeQueue::operator()(Queue* queue) const {
+    queue->~Queue();
+    ::operator delete (queue, std::align_val_t{alignof(Queue)});
 }
 
 }  // namespace OrynRti

@@ -6,7 +6,6 @@
 #include "HashKeys.h"
 
 namespace OrynRti {
-
 namespace {
 
 DtPtrHashKey pointerKey(std::uintptr_t value) {
@@ -80,5 +79,4 @@ TEST(HashKeysTest, KeysOfDifferentKindsCompareHashAndText) {
 }
 
 }  // namespace
-
 }  // namespace OrynRti

@@ -2,9 +2,9 @@
 #include <string>
 
 #include "Hashlist.h"
+#include "support/Notifications.h"
 
 namespace OrynRti {
-
 namespace {
 
 int numbers[] = {0, 1, 2, 3, 4};
@@ -43,7 +43,7 @@ TEST(HashlistTest, FindsWhatWasAddedAndKeepsTheOrder) {
     }
 }
 
-TEST(HashlistTest, AddingAKeyAgainReplacesItsDataAndMovesItToTheEnd) {
+TEST(HashlistTest, ReplacesAndRemovesEntriesAndIgnoresAbsentOnes) {
     DtHashlist table(1);
     addLetters(table);
     void* old = &table;
@@ -53,17 +53,46 @@ TEST(HashlistTest, AddingAKeyAgainReplacesItsDataAndMovesItToTheEnd) {
     EXPECT_EQ(entries(table), "b2 c3 a4 ");
     table.add(DtStringHashKey("d"), &numbers[0], &old);
     EXPECT_EQ(old, nullptr);
+    EXPECT_EQ(table.remove(DtStringHashKey("c")), &numbers[3]);
+    EXPECT_EQ(table.remove(DtStringHashKey("c")), nullptr);
+    EXPECT_EQ(table.remove(firstKey(table)), &numbers[2]);
+    EXPECT_EQ(entries(table), "a4 d0 ");
+    table.empty();
+    EXPECT_EQ(table.lookup(DtStringHashKey("a")), nullptr);
 }
 
-TEST(HashlistTest, RemovesEntriesAndIgnoresAbsentOnes) {
+/// A text that is compared without regard to case.
+struct Caseless : DtStringHashKey {
+    using DtStringHashKey::DtStringHashKey;
+
+    Caseless* clone() const override { return new Caseless(*this); }
+    bool equalTo(const DtBaseHashKey& other) const override {
+        return value().caseCompare(other.stringRep());
+    }
+};
+
+TEST(HashlistTest, FindsTheFirstEntryOfTheBucketWhoseKeySaysItIsTheOneWanted) {
     DtHashlist table(1);
-    addLetters(table);
-    EXPECT_EQ(table.remove(DtStringHashKey("b")), &numbers[2]);
-    EXPECT_EQ(table.remove(DtStringHashKey("b")), nullptr);
-    EXPECT_EQ(table.remove(firstKey(table)), &numbers[1]);
-    EXPECT_EQ(entries(table), "c3 ");
-    table.empty();
-    EXPECT_EQ(table.lookup(DtStringHashKey("c")), nullptr);
+    table.add(Caseless("A"), &numbers[1], nullptr);
+    table.add(DtStringHashKey("b"), &numbers[2], nullptr);
+    table.add(Caseless("B"), &numbers[3], nullptr);
+    EXPECT_EQ(table.lookup(DtStringHashKey("a")), &numbers[1]);
+    EXPECT_EQ(table.lookup(Caseless("b")), &numbers[2]);
+    EXPECT_EQ(table.lookup(DtStringHashKey("B")), &numbers[3]);
+    DtStringHashKey other("c");
+    other.hashValue();
+    other.setValue("b");  // keeps its hash
+    table.remove(Caseless("B"));
+    EXPECT_EQ(table.lookup(other), nullptr);
+}
+
+TEST(HashlistTest, PrintsItsEntriesInOrder) {
+    Tests::CapturedNotifications notes;
+    DtHashlist table(7);
+    table.add(DtStringHashKey("a"), reinterpret_cast<void*>(0x1F00000A0B), nullptr);
+    table.add(DtIntHashKey(5), nullptr, nullptr);
+    table.print();
+    EXPECT_EQ(notes.text(), "Key: a\n Data: a0b\nKey: 5\n Data: NULL\n");
 }
 
 TEST(HashlistTest, CopiesAreIndependentAndADataListOfTheCallersOutlivesTheTable) {
@@ -75,9 +104,8 @@ TEST(HashlistTest, CopiesAreIndependentAndADataListOfTheCallersOutlivesTheTable)
         table.remove(DtStringHashKey("a"));
         copy.add(DtStringHashKey("b"), &numbers[4], nullptr);
         EXPECT_EQ(entries(copy), "a1 c3 b4 ");
+        table = *&table;
         EXPECT_EQ(entries(table), "b2 c3 ");
-        const DtHashlist& same = table;
-        table = same;
         copy = table;
         EXPECT_EQ(entries(copy), "b2 c3 ");
     }
@@ -85,5 +113,4 @@ TEST(HashlistTest, CopiesAreIndependentAndADataListOfTheCallersOutlivesTheTable)
 }
 
 }  // namespace
-
 }  // namespace OrynRti

@@ -5,7 +5,6 @@
 #include "List.h"
 
 namespace OrynRti {
-
 namespace {
 
 int numbers[] = {0, 1, 2, 3, 4};
@@ -22,31 +21,24 @@ std::string contents(const DtList& list) {
     return text + (list.last() == previous ? "" : "?");
 }
 
-TEST(ListTest, InsertsAndRemovesAnywhere) {
+TEST(ListTest, InsertsAndRemovesAnywhereAndHandsOutUnlinkedItems) {
     DtList list;
     DtListItem* two = list.add(&numbers[2]);
     DtListItem* four = list.add(&numbers[4]);
     DtListItem* one = list.addAfter(&numbers[1], nullptr);
     list.addAfter(&numbers[3], two);
     EXPECT_EQ(contents(list), "1234");
-    EXPECT_EQ(list.remove(two), &numbers[2]);
-    list.remove(one);
-    list.remove(four);
-    EXPECT_EQ(list.remove(nullptr), nullptr);
-    EXPECT_EQ(contents(list), "3");
-    EXPECT_EQ(list.count(), 1);
-    list.remove(list.first());
-    EXPECT_EQ(contents(list), "");
-}
-
-TEST(ListTest, AnUnlinkedItemIsTheCallersAndKeepsItsLinks) {
-    DtList list;
-    DtListItem* one = list.add(&numbers[1]);
-    DtListItem* two = list.add(&numbers[2]);
     list.removeFromList(one);
     EXPECT_EQ(one->next(), two);
-    list.addToList(one, two);
-    EXPECT_EQ(contents(list), "21");
+    list.addToList(one, four);
+    EXPECT_EQ(contents(list), "2341");
+    EXPECT_EQ(list.remove(two), &numbers[2]);
+    list.remove(four);
+    list.remove(one);
+    EXPECT_EQ(list.remove(nullptr), nullptr);
+    EXPECT_EQ(contents(list) + std::to_string(list.count()), "31");
+    list.remove(list.first());
+    EXPECT_EQ(contents(list), "");
 }
 
 TEST(ListTest, CopiesHaveItemsOfTheirOwn) {
@@ -56,8 +48,7 @@ TEST(ListTest, CopiesHaveItemsOfTheirOwn) {
     copy.add(&numbers[2]);
     EXPECT_EQ(contents(list), "1");
     list = copy;
-    const DtList& same = list;
-    list = same;
+    list = *&list;
     EXPECT_EQ(contents(list), "12");
 }
 
@@ -74,16 +65,21 @@ struct Task : std::string, DtListedObj {
     Task* partner;
 };
 
-TEST(IntrusiveListTest, TellsObjectsWhereTheyAre) {
-    DtIntrusiveList list;
+TEST(IntrusiveListTest, ObjectsKnowWhereTheyAreAndMayDieBeforeTheListOrAfterIt) {
+    auto list = std::make_unique<DtIntrusiveList>();
     Task task;
-    const DtListItem* item = list.add(&task);
-    EXPECT_EQ(list.itemLookup(&task), item);
-    EXPECT_EQ(task.list(), &list);
+    EXPECT_EQ(list->itemLookup(&task), nullptr);
+    const DtListItem* item = list->add(&task);
+    EXPECT_EQ(list->itemLookup(&task), item);
+    EXPECT_EQ(task.list(), list.get());
     EXPECT_EQ(DtListedObj(task).list(), nullptr);
-    list.remove(task.listItem());
+    list->remove(task.listItem());
     EXPECT_EQ(task.list(), nullptr);
-    EXPECT_EQ(list.itemLookup(&task), nullptr);
+    list->add(std::make_unique<Task>().get());
+    EXPECT_EQ(list->first(), nullptr);
+    list->add(&task);
+    list.reset();
+    EXPECT_EQ(task.list(), nullptr);
 }
 
 TEST(IntrusiveListTest, DeletesObjectsAndThoseThatTheyTakeAlong) {
@@ -112,16 +108,5 @@ TEST(IntrusiveListTest, IgnoresStrangersAndNull) {
     EXPECT_EQ(list.first(), nullptr);
 }
 
-TEST(IntrusiveListTest, ListAndObjectMayDieInEitherOrder) {
-    auto list = std::make_unique<DtIntrusiveList>();
-    Task survivor;
-    list->add(std::make_unique<Task>().get());
-    EXPECT_EQ(list->first(), nullptr);
-    list->add(&survivor);
-    list.reset();
-    EXPECT_EQ(survivor.list(), nullptr);
-}
-
 }  // namespace
-
 }  // namespace OrynRti

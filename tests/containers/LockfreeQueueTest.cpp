@@ -3,29 +3,18 @@
 #include <gtest/gtest.h>
 #include <new>
 #include <thread>
-#include <vector>
 
 #include "LockfreeQueue.h"
+#include "containers/ThreadWork.h"
 
-#if defined(__SANITIZE_THREAD__)
-#define UNDER_THREAD_SANITIZER
-#elif defined(__has_feature)
-#if __has_feature(thread_sanitizer)
-#define UNDER_THREAD_SANITIZER
-#endif
-#endif
-
-#ifdef UNDER_THREAD_SANITIZER
 // Boost's pool of free nodes writes the link of a node with a plain store while a thread that is
 // late may still be reading it; the tag of its next compare-and-swap makes that thread throw away
 // what it read and start again. Everything outside the pool stays checked.
 extern "C" __attribute__((visibility("default"))) const char* __tsan_default_suppressions() {
     return "race:boost::lockfree::detail::freelist_stack\n";
 }
-#endif
 
 namespace OrynRti {
-
 namespace {
 
 // Entries are numbers dressed up as pointers.
@@ -71,44 +60,30 @@ TEST(LockfreeQueueTest, CountsItsSlotsAndRefusesACapacityThatNoMemoryHolds) {
     EXPECT_THROW(DtLockfreeQueueImpl(~0UL), std::bad_alloc);
 }
 
-constexpr std::uintptr_t thePerProducer = 20000;
-
-/// Threads push 1 to thePerProducer each, with the producer's number on top, while as many pop
-/// until all came: each consumer checks the order of each producer, and the sums must agree.
+/// Half of the threads push 1 to 20000 each, with the thread's number on top, while the others pop
+/// until all came: each of these checks the order of each producer, and the sum must be right.
 template <typename Queue>
 void runThreads(int pairs) {
+    constexpr std::uintptr_t each = 20000;
     Queue queue(64);
-    std::atomic<int> waiting{pairs}, outOfOrder{0};
-    std::atomic<std::uintptr_t> left{pairs * thePerProducer}, sum{0};
-    const auto produce = [&](std::uintptr_t producer) {
-        --waiting;
-        while (waiting > 0)
-            std::this_thread::yield();
-        for (std::uintptr_t i = 1; i <= thePerProducer; ++i)
-            while (!queue._push(entry(producer << 32 | i)))
-                std::this_thread::yield();
-    };
-    const auto consume = [&] {
+    std::atomic<std::uintptr_t> left{pairs * each}, sum{0}, outOfOrder{0};
+    Tests::runTogether(2 * pairs, [&](int thread) {
+        if (thread < pairs)
+            for (std::uintptr_t i = 1; i <= each; ++i)
+                while (!queue._push(entry(std::uintptr_t(thread) << 32 | i)))
+                    std::this_thread::yield();
         std::uintptr_t lastOf[2] = {0, 0};
-        for (void* data = nullptr; left > 0; std::this_thread::yield())
-            while (queue._pop(data)) {
+        for (void* data = nullptr; thread >= pairs && left > 0; std::this_thread::yield())
+            for (; queue._pop(data); --left) {
                 const std::uintptr_t place = number(data) & 0xFFFFFFFFU;
                 std::uintptr_t& last = lastOf[number(data) >> 32];
                 outOfOrder += place <= last ? 1 : 0;
                 last = place;
                 sum += place;
-                --left;
             }
-    };
-    std::vector<std::thread> threads;
-    for (int i = 0; i < pairs; ++i) {
-        threads.emplace_back(produce, i);
-        threads.emplace_back(consume);
-    }
-    for (std::thread& thread : threads)
-        thread.join();
-    EXPECT_EQ(outOfOrder, 0);
-    EXPECT_EQ(sum, pairs * thePerProducer * (thePerProducer + 1) / 2);
+    });
+    EXPECT_EQ(outOfOrder, 0U);
+    EXPECT_EQ(sum, pairs * each * (each + 1) / 2);
 }
 
 TEST(LockfreeQueueTest, ThreadsLoseNothingAndKeepOrder) {
@@ -117,5 +92,4 @@ TEST(LockfreeQueueTest, ThreadsLoseNothingAndKeepOrder) {
 }
 
 }  // namespace
-
 }  // namespace OrynRti

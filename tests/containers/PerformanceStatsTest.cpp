@@ -4,7 +4,6 @@
 #include "PerformanceStats.h"
 
 namespace OrynRti {
-
 namespace {
 
 TEST(TimedSectionTest, MeasuresFromStartToStopAndToEachLap) {
@@ -50,5 +49,4 @@ TEST(PerformanceStatsTest, GrowsToTheStatisticThatIsAskedFor) {
 }
 
 }  // namespace
-
 }  // namespace OrynRti

@@ -4,8 +4,8 @@
 #include <atomic>
 #include <condition_variable>
 #include <functional>
+#include <future>
 #include <mutex>
-#include <thread>
 #include <utility>
 #include <vector>
 
@@ -13,7 +13,7 @@
 
 namespace OrynRti::Tests {
 
-/// Lets threads through once it has been opened.
+/// Lets threads through once it has been opened. Who has come through may destroy it.
 class Gate {
 public:
     void open() {
@@ -35,26 +35,24 @@ private:
 /// Calls `work` with the numbers below `count`, each on a thread of its own, all at once.
 inline void runTogether(int count, const std::function<void(int)>& work) {
     Gate go;
-    std::vector<std::thread> threads;
+    std::vector<std::future<void>> threads;  // each joins when it goes
     for (int number = 0; number < count; ++number)
-        threads.emplace_back([&, number] {
+        threads.push_back(std::async(std::launch::async, [&, number] {
             go.wait();
             work(number);
-        });
+        }));
     go.open();
-    for (std::thread& thread : threads)
-        thread.join();
 }
 
 /// Does what it is given; without anything it waits until it is asked to stop.
-class Work : public DtRunnable {
-public:
-    Work() : Work([](Work& work) { work.asked.wait(); }) {}
-    explicit Work(std::function<void(Work&)> body) : body_(std::move(body)) {}
+struct Work : DtRunnable {
+    using Body = std::function<void(Work&)>;
+
+    explicit Work(Body does = [](Work& work) { work.asked.wait(); }) : body(std::move(does)) {}
 
     int run() override {
         begun.open();
-        body_(*this);
+        body(*this);
         ++ends;
         return 0;
     }
@@ -64,11 +62,9 @@ public:
         asked.open();
     }
 
+    const Body body;
     Gate begun, asked;
     std::atomic<int> ends{0}, stops{0};
-
-private:
-    std::function<void(Work&)> body_;
 };
 
 }  // namespace OrynRti::Tests

@@ -1,15 +1,13 @@
-#include <atomic>
 #include <cstring>
 #include <gtest/gtest.h>
 #include <limits>
-#include <thread>
 #include <utility>
 #include <vector>
 
 #include "Time.h"
+#include "containers/ThreadWork.h"
 
 namespace OrynRti {
-
 namespace {
 
 TEST(NetTimeStampTest, CountsThePlaceWithinTheHour) {
@@ -86,24 +84,15 @@ TEST(GlobalClockTest, AnswersZeroUntilItIsThereThenForwardsToIt) {
 }
 
 TEST(GlobalClockTest, RacingThreadsCreateAndShareOneClock) {
-    std::atomic<int> waiting{4};
     std::vector<DtClock*> seen(4);
-    std::vector<std::thread> threads;
-    for (DtClock*& clock : seen)
-        threads.emplace_back([&] {
-            --waiting;
-            while (waiting > 0)
-                std::this_thread::yield();
-            DtTimeInit();
-            clock = __atomic_load_n(&DtObsoleteGlobalClock, __ATOMIC_ACQUIRE);
-            DtSetSimTime(DtGetSimTime() + DtGetApproximateElapsedRealTime());
-        });
-    for (std::thread& thread : threads)
-        thread.join();
+    Tests::runTogether(4, [&](int thread) {
+        DtTimeInit();
+        seen[thread] = __atomic_load_n(&DtObsoleteGlobalClock, __ATOMIC_ACQUIRE);
+        DtSetSimTime(DtGetSimTime() + DtGetApproximateElapsedRealTime());
+    });
     EXPECT_EQ(seen, std::vector<DtClock*>(4, DtObsoleteGlobalClock));
     EXPECT_NE(seen[0], nullptr);
 }
 
 }  // namespace
-
 }  // namespace OrynRti
