@@ -3,7 +3,6 @@
 
 #include <atomic>
 #include <cstdint>
-#include <deque>
 #include <functional>
 #include <map>
 #include <memory>
@@ -25,6 +24,7 @@ namespace OrynRti {
 
 class DtDisSockPimpl;
 class DtScopedLock;
+class PduQueue;
 struct DisEventCounters;
 
 /// Which PDUs may announce by their PDU status that an Attribute PDU follows.
@@ -271,6 +271,7 @@ public:
 
     // The following have no slot of their own.
 
+    int recvToChainFrom(DtInetSocketBufferChain& chain, DtInetEndpoint& sender, int flags) override;
     bool setTtlOption(int hops) override;
     bool setMcastLoopOption(bool on) override;
     bool setMcastDevice(const DtInetDevice* device) override;
@@ -331,14 +332,9 @@ private:
     using Bundle = std::vector<char>;
     using Bundles = std::map<DtInetEndpoint, Bundle, EndpointLess>;
 
-    /// A PDU split off a datagram.
-    struct QueuedPdu {
-        std::vector<char> bytes;
-        std::shared_ptr<const DtInetEndpoint> sender;
-        double receiveTime;
-    };
-
     struct PduExtent;
+    class ChainPdus;
+    class FlatPdus;
     class OutgoingBundle;
 
     // Opening
@@ -371,6 +367,9 @@ private:
     // Bundling
     void noteCallbacks();
     bool bundlesOnly(DtInetEndpoint& destination, int callFlags) const;
+    template <typename Add>
+    int bundlePdu(std::size_t size, DtInetEndpoint& destination, Add add);
+    bool bundleDirectly(const char* bytes, std::size_t size, DtInetEndpoint& destination);
     int bundleOnly(DtInetSocketBufferChain& chain, DtInetEndpoint& destination, int callFlags,
                    const char* operation);
     Bundle& bundleTo(const DtInetEndpoint& destination);
@@ -378,18 +377,29 @@ private:
     int sendPending(Bundle& bundle, const DtInetEndpoint& destination, DtScopedLock& lock);
     int afterBundle(OutgoingBundle& outgoing);
 
-    // Receiving
-    PduExtent measurePdu(DtDisSocketPduHeader& header, BufferIterator buffer, BufferIterator end,
-                         int offset, int remaining);
-    void addAttributePdu(PduExtent& pdu, unsigned int alignment, BufferIterator buffer,
-                         BufferIterator end, int offset, int remaining);
-    int splitDatagram(int size, DtInetSocketBufferChain& chain, const DtInetEndpoint& sender,
-                      int* status, int& attributePdusMissing);
-    void queueRest(PduExtent pdu, int remaining, DtInetSocketBufferChain& chain,
-                   const DtInetEndpoint& sender, int& attributePdusMissing);
-    void queuePdu(QueuedPdu pdu);
-    void countMissing(const PduExtent& pdu, int& attributePdusMissing);
-    int dropBroken(const PduExtent& first, int* status);
+    // Receiving, see src/transport/DisSocketSplitting.h
+    bool isNotDerived() const;
+    bool takesOwnStepsOnly() const;
+    bool receivesDirectly(int callFlags) const;
+    int receiveThroughChain(char* buffer, int size, DtInetEndpoint& sender, int callFlags);
+    int receiveDirectly(char* buffer, int size, DtInetEndpoint& sender, int callFlags,
+                        const char* name);
+    int takeDatagram(const char* bytes, int size, const DtInetEndpoint& sender, int& status);
+    template <typename Deliver>
+    int takeQueued(std::size_t room, DtInetEndpoint& sender, Deliver deliver);
+    template <typename Pdus>
+    PduExtent measurePdu(DtDisSocketPduHeader& header, const Pdus& pdus, int remaining);
+    template <typename Pdus>
+    int splitDatagram(const Pdus& pdus, int size, const DtInetEndpoint& sender, int& status);
+    template <typename Pdus>
+    int queueRest(Pdus pdus, PduExtent pdu, int remaining, const DtInetEndpoint& sender);
+    template <typename Pdus>
+    int filterPdu(const Pdus& pdus, int size, DtInetEndpoint& sender, int& status);
+    void noteQueue(bool waiting);
+    void noteMissing(int attributePdus);
+    int dropSmall(int size, int& status);
+    int dropOwn(int size, const DtInetEndpoint& sender, int& status);
+    int dropBroken(const PduExtent& first, int& status);
     std::atomic<std::uint64_t>* failedFilter(DtDisSocketPduHeader& header, DtInetEndpoint& sender);
 
     // The order of the members up to `attributePduStrategy_` is fixed. The processing callbacks
@@ -401,7 +411,7 @@ private:
     std::shared_ptr<const Destinations> additionalDestinations_;  ///< Replaced as a whole.
     const bool selfReflectSuppression_;
     Bundles pendingBundles_;
-    std::deque<QueuedPdu> receiveQueue_;
+    std::unique_ptr<PduQueue> receiveQueue_;
     std::atomic<int> maxBundleSize_{0};
     unsigned int sendBundleByteAlignment_ = 8;
     int minPacketSize_ = 12;
@@ -412,6 +422,8 @@ private:
     DtAttributePduStrategy attributePduStrategy_ = DtAttributePduAnyVersion;
     bool bundlingRegistered_ = false;        ///< addToBundle is in the pre-send chain.
     std::atomic<bool> onlyBundling_{false};  ///< No other callback sees what is sent.
+    std::atomic<bool> onlyOwnSteps_{false};  ///< Nor what is received.
+    std::atomic<bool> hasQueuedPdus_{false};
     std::atomic<bool> hasAdditionalDestinations_{false};
     Bundles::iterator lastBundle_ = pendingBundles_.end();
     std::unique_ptr<DisEventCounters> events_;

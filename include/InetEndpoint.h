@@ -134,7 +134,8 @@ private:
     mutable bool textsCurrent_ = false;
     mutable DtString text_;
     mutable DtString textWithProtocol_;
-    DtString hostText_;  ///< Reserved for the text that the endpoint was built from.
+    DtString hostText_;        ///< Reserved for the text that the endpoint was built from.
+    bool asReceived_ = false;  ///< All of it is as fromAddrStorage() made it, for UDP.
 };
 
 /// By the Boost endpoints of the left side's protocol: address with scope id, then port. An

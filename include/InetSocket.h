@@ -345,7 +345,9 @@ protected:
 
     // ------------------------------------------------------------------------------ chains
 
-    bool hasCallbacks(DtInetSockProcessingType type) const;
+    bool hasCallbacks(DtInetSockProcessingType type) const {
+        return chainSizes_[type].load(std::memory_order_relaxed) != 0;
+    }
 
     /// Runs the before-read chain; `status` begins as 0.
     int runBeforeRead(DtInetSocketBufferChain& chain, DtInetEndpoint& sender, int& status);
@@ -366,8 +368,14 @@ protected:
     int sendThroughChains(const char* bytes, int size, DtInetEndpoint& destination, int flags,
                           const char* operation);
 
+    /// Runs the post-send chain and adds its results to `count`, the number of bytes sent. False,
+    /// with the record set, when a callback fails the send.
+    bool runPostSend(int& count, DtInetSocketBufferChain& chain, DtInetEndpoint& destination,
+                     const char* operation);
+
     void countSent(std::uint64_t bytes);
-    void countReceived(std::uint64_t bytes);
+    /// Returns how many that makes.
+    std::uint64_t countReceived(std::uint64_t bytes);
 
     // The order of the members up to `receiveTime_` is fixed.
     DtInetEndpoint localEndpoint_;
@@ -388,19 +396,19 @@ protected:
     std::atomic<std::uint64_t> packetsSent_{0};
     std::atomic<std::uint64_t> bytesReceived_{0};
     std::atomic<std::uint64_t> packetsReceived_{0};
-    std::atomic<double> receiveTime_{0.0};
+    mutable std::atomic<double> receiveTime_{0.0};
 
 private:
     void restoreState();
     bool runsChain(DtInetSockProcessingType type, int flags) const;
+    int sendWithCallbacks(const char* bytes, std::size_t size, DtInetEndpoint& destination,
+                          int flags, const char* operation);
     int sendWithCallbacks(DtInetSocketBufferChain& chain, DtInetEndpoint& destination, int flags,
                           const char* operation);
     bool sendAndCount(const iovec* parts, std::size_t count, int& result,
                       DtInetEndpoint& destination, int flags, const char* operation);
     bool runPreSend(int& size, DtInetSocketBufferChain& chain, DtInetEndpoint& destination,
                     const char* operation);
-    bool runPostSend(int& count, DtInetSocketBufferChain& chain, DtInetEndpoint& destination,
-                     const char* operation);
 
     mutable DtMutex mutex_;
     int stateAfterSuccess_ = 0;

@@ -161,7 +161,7 @@ public:
 
     // --------------------------------------------------------------- queues and event loops
 
-    // These have no slot, as all that follows.
+    // These have no slot of their own, as all that follows.
 
     /// The bounds of the queues, in bytes of data; from any thread.
     void setSendQueueLimit(std::size_t bytes);
@@ -196,6 +196,10 @@ public:
     /// Counters above included.
     void clearStats() override;
 
+    /// Of the datagram received last, as the kernel noted it. Asking costs a system call, once for
+    /// each datagram, unless the socket has a receive queue.
+    double receiveTime() const override;
+
 protected:
     int transmit(const iovec* parts, std::size_t count, DtInetEndpoint& destination, int flags,
                  const char* operation) override;
@@ -205,12 +209,26 @@ protected:
     /// whenever that changes.
     void announceQueued(bool waiting);
 
+    // What a receiving call is made of; `name` is what it is called in error texts. Each answers
+    // as a receiving call.
+
+    /// Whether the socket can receive at all.
+    bool readyToReceive(const char* name);
+
+    /// One datagram, past all callbacks. `sender` may be null.
+    int readDatagram(const iovec* parts, std::size_t count, DtInetEndpoint* sender, int flags,
+                     const char* name);
+
+    /// After the receive chain, with the size and status that it has left.
+    int endReception(int size, int status, const char* name);
+
+    /// Whether the before-read chain, with the status that it has left, has brought something or
+    /// forbids to read.
+    static bool endsReading(int status) { return status < 0 && status >= DtInetSockFromQueue; }
+
     /// For derived sockets that send through another descriptor: counts what went out there.
     void countOnWire(std::uint64_t bytes);
     DatagramCounters& datagramCounters();
-
-    /// For derived sockets that deliver data of an earlier reception.
-    void setReceiveTime(double seconds);
 
     /// Whether something can be sent to it: a UDP endpoint that is ok, with a port and without a
     /// wildcard address.
@@ -225,28 +243,32 @@ private:
     void startUsing(DtInetSockState state);
     bool connectDescriptor(const char* name);
     bool isOpen() const;
+    bool waits(int flags) const;
     bool recordFailure(int error, const DtString& text);
     bool refuseUnopened(const char* name);
     bool checkDestination(DtInetEndpoint& destination, const char* name, const char* words);
+    bool refuseDestination(const DtInetEndpoint& destination, const char* name, const char* words);
 
     bool readyToSend(const char* name);
+    bool refuseSending(const char* name);
     int sendDirectly(int descriptor, const iovec* parts, std::size_t count,
                      const DtInetEndpoint& destination, int flags);
     int sendQueued(const iovec* parts, std::size_t count, const DtInetEndpoint& destination);
     int sendingFailed(int error, const char* operation, const DtInetEndpoint& destination);
 
-    bool readyToReceive(const char* name);
+    bool refuseReceiving(const char* name);
     bool runsReceiveChains(int flags) const;
     int receive(char* buffer, int size, DtInetEndpoint* sender, int flags, const char* name);
     int receive(DtInetSocketBufferChain& chain, DtInetEndpoint* sender, int flags,
                 const char* name);
+    int receiveThroughCopy(char* buffer, int size, DtInetEndpoint* sender, int flags,
+                           const char* name);
     int receiveWithCallbacks(DtInetSocketBufferChain& chain, DtInetEndpoint& sender, int flags,
                              const char* name);
-    int readDatagram(const iovec* parts, std::size_t count, DtInetEndpoint* sender, int flags,
-                     const char* name);
     int readDirectly(int descriptor, const iovec* parts, std::size_t count, int flags,
                      ReceivedDatagram& received);
     int readQueued(const iovec* parts, std::size_t count, int flags, ReceivedDatagram& received);
+    void noteReceiveTime(double time, std::uint64_t number);
     int accept(const ReceivedDatagram& received, DtInetEndpoint* sender, int flags);
     int receivingFailed(int error, const char* name);
 

@@ -1,5 +1,5 @@
 // The TCP socket beside raw blocking sockets and beside plain Asio, over loopback: small messages
-// to and fro, large ones in one direction, and many small ones through the send queue.
+// to and fro, large ones in one direction, and many small ones, with and without the send queue.
 #include <algorithm>
 #include <benchmark/benchmark.h>
 #include <boost/asio/buffer.hpp>
@@ -10,7 +10,6 @@
 #include <cstdlib>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
-#include <sched.h>
 #include <sys/socket.h>
 #include <thread>
 #include <unistd.h>
@@ -18,6 +17,8 @@
 #include <vector>
 
 #include "InetTcpSocket.h"
+#include "support/Percentiles.h"
+#include "support/Pinning.h"
 
 using namespace OrynRti;
 
@@ -53,12 +54,12 @@ std::pair<int, int> connectedPair() {
 
 // One way each to send and receive exactly so many bytes; each closes its descriptor.
 
-class Raw {
+class Limit {
 public:
-    explicit Raw(int number) : number_(number) {}
-    Raw(const Raw&) = delete;
-    Raw& operator=(const Raw&) = delete;
-    ~Raw() { close(number_); }
+    explicit Limit(int number) : number_(number) {}
+    Limit(const Limit&) = delete;
+    Limit& operator=(const Limit&) = delete;
+    ~Limit() { close(number_); }
 
     bool send(char* bytes, int size) { return ::send(number_, bytes, size_t(size), 0) == size; }
     int receive(char* bytes, int size) { return int(recv(number_, bytes, size_t(size), 0)); }
@@ -67,9 +68,9 @@ private:
     int number_;
 };
 
-class Library {
+class Ours {
 public:
-    explicit Library(int number, unsigned int options = 0) {
+    explicit Ours(int number, unsigned int options = 0) {
         socket_.initAcceptedConnection(DtInetAddr("127.0.0.1"), 0,
                                        theDtInetSockDefaultOptions | options);
         socket_.setTcpNoDelayOption(true);
@@ -85,9 +86,9 @@ private:
 };
 
 /// Sends through the queue.
-class Queued : public Library {
+class OursQueued : public Ours {
 public:
-    explicit Queued(int number) : Library(number, DtInetSockAsyncSend) {}
+    explicit OursQueued(int number) : Ours(number, DtInetSockAsyncSend) {}
 };
 
 class Asio {
@@ -112,28 +113,10 @@ private:
 
 // -------------------------------------------------------------------------------------------
 
-/// All threads of this process from now on run on one processor.
-class OneProcessor {
-public:
-    OneProcessor() {
-        sched_getaffinity(0, sizeof earlier_, &earlier_);
-        cpu_set_t one;
-        CPU_ZERO(&one);
-        CPU_SET(sched_getcpu(), &one);
-        sched_setaffinity(0, sizeof one, &one);
-    }
-    OneProcessor(const OneProcessor&) = delete;
-    OneProcessor& operator=(const OneProcessor&) = delete;
-    ~OneProcessor() { sched_setaffinity(0, sizeof earlier_, &earlier_); }
-
-private:
-    cpu_set_t earlier_;
-};
-
-/// A message goes to a peer of the same kind, which answers with as much.
+/// A message goes to a peer of the same kind, which answers with as much; both share one CPU.
 template <typename Socket>
 void pingPong(benchmark::State& state) {
-    const OneProcessor processor;
+    const bench::PinnedTo here(0);
     const auto [near, far] = connectedPair();
     std::thread peer([far = far] {
         Socket socket(far);
@@ -141,26 +124,31 @@ void pingPong(benchmark::State& state) {
         while (socket.receive(bytes, sizeof bytes) == theMessage_bytes)
             require(socket.send(bytes, sizeof bytes));
     });
+    bench::Percentiles latency;
     {
         Socket socket(near);
         char bytes[theMessage_bytes] = {};
-        for (auto _ : state)
+        for (auto _ : state) {
+            const auto begin = bench::Percentiles::Clock::now();
             require(socket.send(bytes, sizeof bytes) &&
                     socket.receive(bytes, sizeof bytes) == theMessage_bytes);
+            latency.add(bench::Percentiles::Clock::now() - begin);
+        }
     }
     peer.join();
-    state.SetItemsProcessed(state.iterations());
+    latency.report(state);
 }
-BENCHMARK(pingPong<Raw>)->UseRealTime();
-BENCHMARK(pingPong<Library>)->UseRealTime();
-BENCHMARK(pingPong<Asio>)->UseRealTime();
+BENCHMARK(pingPong<Ours>)->Name("TcpPingPong/Ours")->UseRealTime();
+BENCHMARK(pingPong<Limit>)->Name("TcpPingPong/Limit")->UseRealTime();
+BENCHMARK(pingPong<Asio>)->Name("TcpPingPong/Asio")->UseRealTime();
 
-/// Sends of one size to a peer of the same kind that reads as fast as it can; the time until the
-/// peer has all of them counts.
+/// Sends of one size to a peer of the same kind that reads as fast as it can, on another CPU; the
+/// time until the peer has all of a burst counts.
 template <typename Socket>
 void oneWay(benchmark::State& state, int size, int burst) {
     const auto [near, far] = connectedPair();
     std::thread peer([far = far, burst_bytes = long(size) * burst] {
+        const bench::PinnedTo there(1);
         Socket socket(far);
         std::vector<char> bytes(theBulk_bytes);
         long received = 0;
@@ -171,6 +159,7 @@ void oneWay(benchmark::State& state, int size, int burst) {
         }
     });
     {
+        const bench::PinnedTo here(0);
         Socket socket(near);
         std::vector<char> bytes(static_cast<std::size_t>(size));
         char acknowledged = 0;
@@ -181,7 +170,6 @@ void oneWay(benchmark::State& state, int size, int burst) {
         }
     }
     peer.join();
-    state.SetBytesProcessed(state.iterations() * size * burst);
     state.SetItemsProcessed(state.iterations() * burst);
 }
 
@@ -189,18 +177,18 @@ template <typename Socket>
 void bulk(benchmark::State& state) {
     oneWay<Socket>(state, theBulk_bytes, 100);
 }
-BENCHMARK(bulk<Raw>)->UseRealTime();
-BENCHMARK(bulk<Library>)->UseRealTime();
-BENCHMARK(bulk<Queued>)->UseRealTime();
-BENCHMARK(bulk<Asio>)->UseRealTime();
+BENCHMARK(bulk<Ours>)->Name("TcpBulk/Ours")->UseRealTime();
+BENCHMARK(bulk<Limit>)->Name("TcpBulk/Limit")->UseRealTime();
+BENCHMARK(bulk<Asio>)->Name("TcpBulk/Asio")->UseRealTime();
+BENCHMARK(bulk<OursQueued>)->Name("TcpBulkQueued/Ours")->UseRealTime();
 
 template <typename Socket>
 void small(benchmark::State& state) {
     oneWay<Socket>(state, theMessage_bytes, 1000);
 }
-BENCHMARK(small<Raw>)->UseRealTime();
-BENCHMARK(small<Library>)->UseRealTime();
-BENCHMARK(small<Queued>)->UseRealTime();
-BENCHMARK(small<Asio>)->UseRealTime();
+BENCHMARK(small<Ours>)->Name("TcpSmall/Ours")->UseRealTime();
+BENCHMARK(small<Limit>)->Name("TcpSmall/Limit")->UseRealTime();
+BENCHMARK(small<Asio>)->Name("TcpSmall/Asio")->UseRealTime();
+BENCHMARK(small<OursQueued>)->Name("TcpSmallQueued/Ours")->UseRealTime();
 
 }  // namespace

@@ -5,203 +5,241 @@
 #include <benchmark/benchmark.h>
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/ip/udp.hpp>
-#include <chrono>
-#include <cstdlib>
-#include <ctime>
 #include <functional>
-#include <netinet/in.h>
-#include <sys/socket.h>
+#include <memory>
 #include <thread>
-#include <unistd.h>
 
 #include "InetUdpSocket.h"
+#include "support/Allocations.h"
+#include "support/LoopbackUdp.h"
+#include "support/Percentiles.h"
+#include "support/Pinning.h"
+#include "support/SystemCalls.h"
 
 using namespace OrynRti;
+using bench::require;
 
 namespace {
 
 constexpr int theSize_bytes = 144;
 constexpr int theBurst = 100;
 
-DtInetEndpoint loopback() {
-    return DtInetEndpoint(DtInetAddr("127.0.0.1"), 0, DtInetUdp);
-}
+// -------------------------------------------------------------------------------------------
+// One way each to send to a port of loopback and to receive with the sender's address.
 
-/// A bare socket on loopback.
-class BareSocket {
+class Limit {
 public:
-    BareSocket() : number_(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0)) {
-        address.sin_family = AF_INET;
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        socklen_t size = sizeof address;
-        if (bind(number_, reinterpret_cast<sockaddr*>(&address), size) != 0 ||
-            getsockname(number_, reinterpret_cast<sockaddr*>(&address), &size) != 0)
-            std::abort();
+    unsigned short port() const { return socket_.port(); }
+    void sendTo(unsigned short port, int size) {
+        socket_.sendTo(port, bytes_.data(), static_cast<std::size_t>(size));
     }
-    BareSocket(const BareSocket&) = delete;
-    BareSocket& operator=(const BareSocket&) = delete;
-    ~BareSocket() { close(number_); }
-
-    void sendTo(const sockaddr_in& to) {
-        const ssize_t sent = sendto(number_, buffer_.data(), theSize_bytes, 0,
-                                    reinterpret_cast<const sockaddr*>(&to), sizeof to);
-        if (sent != theSize_bytes)
-            std::abort();
-    }
-
-    void receive() {
-        sockaddr_in from;
-        socklen_t size = sizeof from;
-        if (recvfrom(number_, buffer_.data(), buffer_.size(), 0, reinterpret_cast<sockaddr*>(&from),
-                     &size) != theSize_bytes)
-            std::abort();
-    }
-
-    void askForTime() {
-        const int on = 1;
-        setsockopt(number_, SOL_SOCKET, SO_TIMESTAMPNS, &on, sizeof on);
-    }
-
-    void receiveMessage() {
-        sockaddr_in from;
-        alignas(cmsghdr) char control[128];
-        iovec part{buffer_.data(), buffer_.size()};
-        msghdr message{};
-        message.msg_name = &from;
-        message.msg_namelen = sizeof from;
-        message.msg_iov = &part;
-        message.msg_iovlen = 1;
-        message.msg_control = control;
-        message.msg_controllen = sizeof control;
-        if (recvmsg(number_, &message, 0) != theSize_bytes)
-            std::abort();
-    }
-
-    DtInetEndpoint endpoint() const {
-        return {DtInetAddr(address), ntohs(address.sin_port), DtInetUdp};
-    }
-
-    sockaddr_in address{};
+    int receive() { return socket_.receive(bytes_.data(), bytes_.size()); }
+    unsigned short senderPort() const { return socket_.senderPort(); }
 
 private:
-    int number_;
-    std::array<char, 2048> buffer_{};
+    bench::BareUdpSocket socket_;
+    std::array<char, 2048> bytes_{};
 };
 
-sockaddr_in addressOf(const DtInetUdpSocket& socket) {
-    sockaddr_in address{};
-    DtInetEndpoint(socket.localEndpoint()).toSockaddr(&address);
-    return address;
-}
+/// The kernel tells with each datagram when it came.
+class LimitWithTime {
+public:
+    LimitWithTime() { socket_.askForTime(); }
+    unsigned short port() const { return socket_.port(); }
+    int receiveWithTime() { return socket_.receiveWithTime(bytes_.data(), bytes_.size()); }
 
-using Clock = std::chrono::steady_clock;
+private:
+    bench::BareUdpSocket socket_;
+    std::array<char, 2048> bytes_{};
+};
 
-/// Times `receive`, called once for each datagram of bursts that `send` sends before.
-template <typename Send, typename Receive>
-void timeReceiving(benchmark::State& state, Send send, Receive receive) {
-    for (auto _ : state) {
-        for (int i = 0; i < theBurst; ++i)
-            send();
-        const Clock::time_point begin = Clock::now();
-        for (int i = 0; i < theBurst; ++i)
-            receive();
-        state.SetIterationTime(std::chrono::duration<double>(Clock::now() - begin).count());
+class Ours {
+public:
+    unsigned short port() const { return socket_.localPort(); }
+    void sendTo(unsigned short port, int size) {
+        if (destination_.port() != port)
+            destination_.setEndpoint(DtInetUdp, DtInetAddr("127.0.0.1"), port);
+        require(socket_.sendTo(bytes_.data(), size, destination_, 0) == size);
     }
-    state.SetItemsProcessed(state.iterations() * theBurst);
-}
+    int receive() {
+        return socket_.recvFrom(bytes_.data(), static_cast<int>(bytes_.size()), sender_, 0);
+    }
+    int receiveWithTime() {
+        const int size = receive();
+        require(socket_.receiveTime() > 0);
+        return size;
+    }
+    unsigned short senderPort() const { return sender_.port(); }
+
+private:
+    DtInetUdpSocket socket_{bench::anyLoopbackPort(), 0, nullptr, theDtInetSockDefaultOptions,
+                            true};
+    DtInetEndpoint destination_;
+    DtInetEndpoint sender_;
+    std::array<char, 2048> bytes_{};
+};
+
+class Asio {
+public:
+    using udp = boost::asio::ip::udp;
+
+    unsigned short port() const { return socket_.local_endpoint().port(); }
+    void sendTo(unsigned short port, int size) {
+        destination_ = {boost::asio::ip::address_v4::loopback(), port};
+        const boost::asio::const_buffer bytes(bytes_.data(), static_cast<std::size_t>(size));
+        require(socket_.send_to(bytes, destination_) == bytes.size());
+    }
+    int receive() {
+        return static_cast<int>(socket_.receive_from(boost::asio::buffer(bytes_), sender_));
+    }
+    unsigned short senderPort() const { return sender_.port(); }
+
+private:
+    boost::asio::io_context context_;
+    udp::socket socket_{context_, udp::endpoint(boost::asio::ip::address_v4::loopback(), 0)};
+    udp::endpoint destination_;
+    udp::endpoint sender_;
+    std::array<char, 2048> bytes_{};
+};
 
 // -------------------------------------------------------------------------------------------
 
-void bareSend(benchmark::State& state) {
-    BareSocket sender;
-    BareSocket receiver;
-    for (auto _ : state)
-        sender.sendTo(receiver.address);
-    state.SetItemsProcessed(state.iterations());
+/// What one datagram costs beside time, in steady state; `prepare` goes before each burst.
+template <typename Prepare, typename Work>
+void countResources(benchmark::State& state, Prepare prepare, Work work) {
+    prepare();
+    work();
+    prepare();
+    {
+        const bench::CountedAllocations counted;
+        work();
+        state.counters["allocations"] = static_cast<double>(counted.count()) / theBurst;
+    }
+    prepare();
+    state.counters["system_calls"] = static_cast<double>(bench::systemCallsOf(work)) / theBurst;
 }
-BENCHMARK(bareSend);
 
-void socketSend(benchmark::State& state) {
-    DtInetUdpSocket sender(loopback(), 0, nullptr, theDtInetSockDefaultOptions, true);
-    BareSocket receiver;
-    DtInetEndpoint to = receiver.endpoint();
-    std::array<char, theSize_bytes> bytes{};
-    for (auto _ : state)
-        if (sender.sendTo(bytes.data(), theSize_bytes, to, 0) != theSize_bytes)
-            state.SkipWithError("send");
-    state.SetItemsProcessed(state.iterations());
+/// Times and counts.
+template <typename Prepare, typename Work>
+void measureBursts(benchmark::State& state, Prepare prepare, Work work) {
+    bench::timeBursts(state, theBurst, prepare, work);
+    countResources(state, prepare, work);
 }
-BENCHMARK(socketSend);
 
-void bareReceive(benchmark::State& state) {
-    BareSocket sender;
-    BareSocket receiver;
-    timeReceiving(
-        state, [&] { sender.sendTo(receiver.address); }, [&] { receiver.receive(); });
-}
-BENCHMARK(bareReceive)->UseManualTime();
+// -------------------------------------------------------------------------------------------
+// One direction
 
-/// What the kernel takes when it also tells when each datagram came, as the socket has it do.
-void bareReceiveWithTime(benchmark::State& state) {
-    BareSocket sender;
-    BareSocket receiver;
-    receiver.askForTime();
-    timeReceiving(
-        state, [&] { sender.sendTo(receiver.address); }, [&] { receiver.receiveMessage(); });
-}
-BENCHMARK(bareReceiveWithTime)->UseManualTime();
-
-void socketReceive(benchmark::State& state) {
-    BareSocket sender;
-    DtInetUdpSocket receiver(loopback(), 0, nullptr, theDtInetSockDefaultOptions, true);
-    const sockaddr_in to = addressOf(receiver);
-    std::array<char, 2048> buffer;
-    DtInetEndpoint from;
-    timeReceiving(
-        state, [&] { sender.sendTo(to); },
+template <typename End>
+void send(benchmark::State& state) {
+    End sender;
+    bench::BareUdpSocket receiver;
+    measureBursts(
+        state, [&] { receiver.drain(); },
         [&] {
-            if (receiver.recvFrom(buffer.data(), int(buffer.size()), from, 0) != theSize_bytes)
-                std::abort();
+            for (int i = 0; i < theBurst; ++i)
+                sender.sendTo(receiver.port(), theSize_bytes);
         });
 }
-BENCHMARK(socketReceive)->UseManualTime();
+BENCHMARK(send<Ours>)->Name("UdpSend/Ours")->UseManualTime();
+BENCHMARK(send<Limit>)->Name("UdpSend/Limit")->UseManualTime();
+BENCHMARK(send<Asio>)->Name("UdpSend/Asio")->UseManualTime();
+
+template <typename End, typename Receive>
+void receiveWith(benchmark::State& state, Receive receive) {
+    const std::array<char, theSize_bytes> bytes{};
+    bench::BareUdpSocket sender;
+    End receiver;
+    measureBursts(
+        state,
+        [&] {
+            for (int i = 0; i < theBurst; ++i)
+                sender.sendTo(receiver.port(), bytes.data(), bytes.size());
+        },
+        [&] {
+            for (int i = 0; i < theBurst; ++i)
+                require(receive(receiver) == theSize_bytes);
+        });
+}
+
+template <typename End>
+void receive(benchmark::State& state) {
+    receiveWith<End>(state, [](End& end) { return end.receive(); });
+}
+BENCHMARK(receive<Ours>)->Name("UdpReceive/Ours")->UseManualTime();
+BENCHMARK(receive<Limit>)->Name("UdpReceive/Limit")->UseManualTime();
+BENCHMARK(receive<Asio>)->Name("UdpReceive/Asio")->UseManualTime();
+
+/// For callers who want to know of each datagram when it came.
+template <typename End>
+void receiveWithTime(benchmark::State& state) {
+    receiveWith<End>(state, [](End& end) { return end.receiveWithTime(); });
+}
+BENCHMARK(receiveWithTime<Ours>)->Name("UdpReceiveWithTime/Ours")->UseManualTime();
+BENCHMARK(receiveWithTime<LimitWithTime>)->Name("UdpReceiveWithTime/Limit")->UseManualTime();
 
 // -------------------------------------------------------------------------------------------
-// Processor time of all threads but this one, which sends bursts and waits until each has come.
+// There and back
 
-double processorTime_s(clockid_t clock) {
-    timespec time;
-    clock_gettime(clock, &time);
-    return double(time.tv_sec) + 1e-9 * double(time.tv_nsec);
+/// A datagram goes to a peer of the same kind, which sends it back; both share one CPU. A shorter
+/// one ends it.
+template <typename End>
+void pingPong(benchmark::State& state) {
+    const bench::PinnedTo here(0);
+    End near;
+    End far;
+    std::thread peer([&far] {
+        while (far.receive() == theSize_bytes)
+            far.sendTo(far.senderPort(), theSize_bytes);
+    });
+    const unsigned short farPort = far.port();
+    bench::Percentiles latency;
+    for (auto _ : state) {
+        const auto begin = bench::Percentiles::Clock::now();
+        near.sendTo(farPort, theSize_bytes);
+        require(near.receive() == theSize_bytes);
+        latency.add(bench::Percentiles::Clock::now() - begin);
+    }
+    near.sendTo(farPort, 1);
+    peer.join();
+    latency.report(state);
 }
+BENCHMARK(pingPong<Ours>)->Name("UdpPingPong/Ours")->UseRealTime();
+BENCHMARK(pingPong<Limit>)->Name("UdpPingPong/Limit")->UseRealTime();
+BENCHMARK(pingPong<Asio>)->Name("UdpPingPong/Asio")->UseRealTime();
+
+// -------------------------------------------------------------------------------------------
+// A thread that receives: processor time of all threads but this one, which sends bursts from
+// another CPU and waits until each has come.
 
 double othersTime_s() {
-    return processorTime_s(CLOCK_PROCESS_CPUTIME_ID) - processorTime_s(CLOCK_THREAD_CPUTIME_ID);
+    return bench::processorTime_s(CLOCK_PROCESS_CPUTIME_ID) -
+           bench::processorTime_s(CLOCK_THREAD_CPUTIME_ID);
 }
 
-template <typename Send>
-void timeOthers(benchmark::State& state, const std::atomic<long>& received, Send send) {
+void timeOthers(benchmark::State& state, const std::atomic<long>& received, unsigned short port) {
+    const bench::PinnedTo here(0);
+    const std::array<char, theSize_bytes> bytes{};
+    bench::BareUdpSocket sender;
+    const bench::CountedAllocations allocations;
     long sent = 0;
     for (auto _ : state) {
         const double begin = othersTime_s();
         for (int i = 0; i < theBurst; ++i)
-            send();
+            sender.sendTo(port, bytes.data(), bytes.size());
         sent += theBurst;
         while (received.load(std::memory_order_acquire) < sent)
             std::this_thread::yield();
         state.SetIterationTime(othersTime_s() - begin);
     }
-    state.SetItemsProcessed(state.iterations() * theBurst);
+    state.SetItemsProcessed(sent);
+    state.counters["allocations"] =
+        static_cast<double>(allocations.count()) / static_cast<double>(sent);
 }
 
 void asioAsyncReceive(benchmark::State& state) {
     using boost::asio::ip::udp;
     boost::asio::io_context context;
     udp::socket receiver(context, udp::endpoint(boost::asio::ip::address_v4::loopback(), 0));
-    sockaddr_in to{};
-    to.sin_family = AF_INET;
-    to.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    to.sin_port = htons(receiver.local_endpoint().port());
     std::array<char, 2048> buffer;
     udp::endpoint from;
     std::atomic<long> received{0};
@@ -213,16 +251,19 @@ void asioAsyncReceive(benchmark::State& state) {
                                     });
     };
     arm();
-    std::thread thread([&] { context.run(); });
-    BareSocket sender;
-    timeOthers(state, received, [&] { sender.sendTo(to); });
+    std::thread thread([&] {
+        const bench::PinnedTo there(1);
+        context.run();
+    });
+    timeOthers(state, received, receiver.local_endpoint().port());
     context.stop();
     thread.join();
 }
-BENCHMARK(asioAsyncReceive)->UseManualTime();
+BENCHMARK(asioAsyncReceive)->Name("UdpAsyncReceive/Asio")->UseManualTime();
 
-void socketAsyncReceive(benchmark::State& state) {
-    DtInetUdpSocket receiver(loopback(), 0, nullptr,
+void ourAsyncReceive(benchmark::State& state) {
+    auto there = std::make_unique<bench::PinnedTo>(1);
+    DtInetUdpSocket receiver(bench::anyLoopbackPort(), 0, nullptr,
                              theDtInetSockDefaultOptions | DtInetSockAsyncReceive, true);
     std::atomic<long> received{0};
     std::thread consumer([&] {
@@ -231,12 +272,11 @@ void socketAsyncReceive(benchmark::State& state) {
         while (receiver.recvFrom(buffer.data(), int(buffer.size()), from, 0) > 0)
             received.fetch_add(1, std::memory_order_release);
     });
-    BareSocket sender;
-    const sockaddr_in to = addressOf(receiver);
-    timeOthers(state, received, [&] { sender.sendTo(to); });
+    there.reset();
+    timeOthers(state, received, receiver.localPort());
     receiver.closeSocket();
     consumer.join();
 }
-BENCHMARK(socketAsyncReceive)->UseManualTime();
+BENCHMARK(ourAsyncReceive)->Name("UdpAsyncReceive/Ours")->UseManualTime();
 
 }  // namespace

@@ -4,11 +4,15 @@
 #include <boost/asio/error.hpp>
 #include <cerrno>
 #include <chrono>
+#include <cstring>
+#include <ctime>
 #include <new>
 #include <sys/socket.h>
 #include <utility>
 
 #include "InetAddrUtils.h"
+#include "Time.h"
+#include "net/DescriptorIo.h"
 #include "net/SystemCall.h"
 
 namespace OrynRti {
@@ -17,6 +21,24 @@ namespace {
 
 constexpr std::size_t theBatchSize = 32;
 constexpr std::chrono::milliseconds thePauseAfterFailure(10);
+
+/// Room for the time that the kernel tells with a datagram.
+struct ReportBuffer {
+    alignas(cmsghdr) unsigned char bytes[CMSG_SPACE(sizeof(timespec))];
+};
+
+/// When the datagram came, in seconds since the epoch; now, when the kernel does not tell.
+double arrival(msghdr& message) {
+    for (cmsghdr* header = CMSG_FIRSTHDR(&message); header != nullptr;
+         header = CMSG_NXTHDR(&message, header)) {
+        if (header->cmsg_level != SOL_SOCKET || header->cmsg_type != SCM_TIMESTAMPNS)
+            continue;
+        timespec time;
+        std::memcpy(&time, CMSG_DATA(header), sizeof time);
+        return static_cast<double>(time.tv_sec) + 1e-9 * static_cast<double>(time.tv_nsec);
+    }
+    return DtAbsRealTime();
+}
 
 }  // namespace
 
@@ -147,8 +169,7 @@ void AsyncDatagramReceiver::queueBatch(int count) {
 
 void AsyncDatagramReceiver::queueOne(std::size_t i) {
     const std::size_t size = batch_->messages[i].msg_len;
-    const DatagramReport report = readReport(batch_->messages[i].msg_hdr);
-    counters_.noteKernelDrops(report.drops);
+    msghdr& message = batch_->messages[i].msg_hdr;
     const std::size_t cost = size + theOverhead_bytes;
     const std::size_t limit = limit_;
     if (limit != 0 && (cost > limit || bytes_ > limit - cost)) {
@@ -156,8 +177,8 @@ void AsyncDatagramReceiver::queueOne(std::size_t i) {
         return;
     }
     const char* bytes = batch_->bytes(i);
-    queue_.push_back(
-        {std::vector<char>(bytes, bytes + size), SocketAddress(batch_->senders[i]), report});
+    queue_.push_back({std::vector<char>(bytes, bytes + size), SocketAddress(batch_->senders[i]),
+                      arrival(message), (message.msg_flags & MSG_TRUNC) != 0});
     bytes_ += cost;
 }
 

@@ -13,7 +13,6 @@
 #include <vector>
 
 #include "net/DatagramCounters.h"
-#include "net/DatagramIo.h"
 #include "net/PollDescriptor.h"
 #include "net/SocketAddress.h"
 
@@ -34,7 +33,8 @@ public:
     struct Datagram {
         std::vector<char> bytes;
         SocketAddress from;
-        DatagramReport report;
+        double time;  ///< Arrival in seconds since the epoch.
+        bool truncated;
     };
 
     enum Outcome { Taken, Nothing, Failed, ClosedMeanwhile };

@@ -9,7 +9,7 @@
 #include <utility>
 
 #include "net/BufferParts.h"
-#include "net/DatagramIo.h"
+#include "net/DescriptorIo.h"
 #include "net/SystemCall.h"
 
 namespace OrynRti {

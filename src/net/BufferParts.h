@@ -47,6 +47,14 @@ inline std::size_t chainSize(const DtInetSocketBufferChain& chain) {
     return size;
 }
 
+/// Bytes of all parts.
+inline std::size_t partsSize(const iovec* parts, std::size_t count) {
+    std::size_t size = 0;
+    for (std::size_t i = 0; i < count; ++i)
+        size += parts[i].iov_len;
+    return size;
+}
+
 /// Copies bytes over the parts in order; the caller owes enough room.
 inline void scatterBytes(const char* bytes, std::size_t size, const iovec* parts) {
     for (; size > 0; ++parts) {
@@ -59,11 +67,8 @@ inline void scatterBytes(const char* bytes, std::size_t size, const iovec* parts
 
 /// Copies all bytes of the parts one behind the other.
 inline std::vector<char> gatherBytes(const iovec* parts, std::size_t count) {
-    std::size_t size = 0;
-    for (std::size_t i = 0; i < count; ++i)
-        size += parts[i].iov_len;
     std::vector<char> bytes;
-    bytes.reserve(size);
+    bytes.reserve(partsSize(parts, count));
     for (std::size_t i = 0; i < count; ++i) {
         const char* part = static_cast<const char*>(parts[i].iov_base);
         bytes.insert(bytes.end(), part, part + parts[i].iov_len);

@@ -1,7 +1,7 @@
 #ifndef RTIQNUTIL_SRC_NET_CHAINRUN_H
 #define RTIQNUTIL_SRC_NET_CHAINRUN_H
 
-#include <array>
+#include <boost/container/static_vector.hpp>
 #include <climits>
 
 #include "InetSocket.h"
@@ -29,11 +29,11 @@ public:
     const DtInetSocketProcessingCbInfo* next() {
         // Pairs with the increment in removeProcessingCallback().
         const bool outdated = version_ != socket_.chainVersion_.load(std::memory_order_acquire);
-        if (outdated || (position_ == count_ && count_ == steps_.size())) {
+        if (outdated || (position_ == steps_.size() && steps_.size() == steps_.capacity())) {
             const DtScopedLock lock(socket_.mutex_);
             copySteps();
         }
-        if (position_ == count_)
+        if (position_ == steps_.size())
             return nullptr;
         last_ = steps_[position_++];
         return &last_;
@@ -43,21 +43,21 @@ private:
     /// Copies what comes after the last step.
     void copySteps() {
         version_ = socket_.chainVersion_.load(std::memory_order_acquire);
-        position_ = count_ = 0;
+        position_ = 0;
+        steps_.clear();
         for (auto entry = chain_.lower_bound(last_.order);
-             entry != chain_.end() && count_ < steps_.size(); ++entry) {
+             entry != chain_.end() && steps_.size() < steps_.capacity(); ++entry) {
             const DtInetSocketProcessingCbInfo& info = *entry->second;
             const bool done = info.order == last_.order && info.sequence <= last_.sequence;
             if (!done && info.sequence < end_)
-                steps_[count_++] = info;
+                steps_.push_back(info);
         }
     }
 
     const DtInetSocket& socket_;
     const DtInetSocketCallbackChain& chain_;
-    std::array<DtInetSocketProcessingCbInfo, 8> steps_;
+    boost::container::static_vector<DtInetSocketProcessingCbInfo, 8> steps_;
     std::size_t position_ = 0;
-    std::size_t count_ = 0;
     DtInetSocketProcessingCbInfo last_{nullptr, nullptr, INT_MIN, 0};
     std::uint64_t end_ = 0;
     std::uint32_t version_ = 0;

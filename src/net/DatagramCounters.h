@@ -31,11 +31,9 @@ struct DatagramCounters {
         add(bytesOnWire, bytes);
     }
 
-    /// Takes the kernel's own count for the open descriptor, which wraps around; 0 says nothing.
-    /// Threads may bring older counts after newer ones.
+    /// Takes the kernel's own count for the open descriptor, which wraps around. Threads may bring
+    /// older counts after newer ones.
     void noteKernelDrops(std::uint32_t count) {
-        if (count == 0)
-            return;
         std::uint32_t known = kernelCount_.load(std::memory_order_relaxed);
         do {
             if (static_cast<std::int32_t>(count - known) <= 0)

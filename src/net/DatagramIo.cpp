@@ -1,17 +1,15 @@
 #include "net/DatagramIo.h"
 
 #include <algorithm>
-#include <cerrno>
+#include <array>
 #include <climits>
-#include <cstring>
 #include <ctime>
-#include <fcntl.h>
-#include <poll.h>
-#include <system_error>
+#include <linux/sock_diag.h>
+#include <linux/sockios.h>
+#include <sys/ioctl.h>
 #include <vector>
 
 #include "InetSocket.h"
-#include "Time.h"
 #include "net/BufferParts.h"
 #include "net/SystemCall.h"
 
@@ -30,28 +28,26 @@ msghdr messageOf(const iovec* parts, std::size_t count) {
     return message;
 }
 
-template <typename Value>
-Value readControl(const cmsghdr* header) {
-    Value value;
-    std::memcpy(&value, CMSG_DATA(header), sizeof value);
-    return value;
-}
-
-std::size_t sizeOf(const iovec* parts, std::size_t count) {
-    std::size_t size = 0;
-    for (std::size_t i = 0; i < count; ++i)
-        size += parts[i].iov_len;
+ssize_t receiveScattered(int descriptor, const iovec* parts, std::size_t count,
+                         sockaddr_storage* from, int flags, bool& truncated) {
+    msghdr message = messageOf(parts, count);
+    message.msg_name = from;
+    const ssize_t size = repeatedCall([&] {
+        message.msg_namelen = from != nullptr ? sizeof *from : 0;
+        return recvmsg(descriptor, &message, flags);
+    });
+    truncated = (message.msg_flags & MSG_TRUNC) != 0;
     return size;
 }
 
 /// For more parts than the kernel takes.
 ssize_t receiveAndScatter(int descriptor, const iovec* parts, std::size_t count,
-                          sockaddr_storage* from, int flags, DatagramReport& report) {
-    std::vector<char> bytes(sizeOf(parts, count));
+                          sockaddr_storage* from, int flags, bool& truncated) {
+    std::vector<char> bytes(partsSize(parts, count));
     const iovec whole{bytes.data(), bytes.size()};
-    const ssize_t size = receiveDatagram(descriptor, &whole, 1, from, flags, report);
+    const ssize_t size = receiveDatagram(descriptor, &whole, 1, from, flags, truncated);
     if (size > 0)
-        scatterBytes(bytes.data(), std::min(bytes.size(), static_cast<std::size_t>(size)), parts);
+        scatterBytes(bytes.data(), static_cast<std::size_t>(size), parts);
     return size;
 }
 
@@ -59,25 +55,7 @@ ssize_t receiveAndScatter(int descriptor, const iovec* parts, std::size_t count,
 
 // -------------------------------------------------------------------------------------------
 
-DatagramReport readReport(const msghdr& message) {
-    DatagramReport report;
-    report.truncated = (message.msg_flags & MSG_TRUNC) != 0;
-    msghdr& walked = const_cast<msghdr&>(message);  // CMSG_NXTHDR wants it writable
-    for (const cmsghdr* header = CMSG_FIRSTHDR(&walked); header != nullptr;
-         header = CMSG_NXTHDR(&walked, const_cast<cmsghdr*>(header))) {
-        if (header->cmsg_level != SOL_SOCKET)
-            continue;
-        if (header->cmsg_type == SCM_TIMESTAMPNS) {
-            const auto time = readControl<timespec>(header);
-            report.time = static_cast<double>(time.tv_sec) + 1e-9 * double(time.tv_nsec);
-        } else if (header->cmsg_type == SO_RXQ_OVFL) {
-            report.drops = readControl<std::uint32_t>(header);
-        }
-    }
-    if (report.time == 0)
-        report.time = DtAbsRealTime();
-    return report;
-}
+// Where there is one part, sendto() and recvfrom() are by far the cheaper calls.
 
 ssize_t sendDatagram(int descriptor, const iovec* parts, std::size_t count, const SocketAddress& to,
                      int flags) {
@@ -87,7 +65,7 @@ ssize_t sendDatagram(int descriptor, const iovec* parts, std::size_t count, cons
         return sendDatagram(descriptor, &whole, 1, to, flags);
     }
     const int systemFlags = (flags & ~theOwnFlags) | MSG_NOSIGNAL;
-    if (count == 1)  // the cheaper call
+    if (count == 1)
         return repeatedCall([&] {
             return sendto(descriptor, parts->iov_base, parts->iov_len, systemFlags, to.get(),
                           to.size());
@@ -99,35 +77,33 @@ ssize_t sendDatagram(int descriptor, const iovec* parts, std::size_t count, cons
 }
 
 ssize_t receiveDatagram(int descriptor, const iovec* parts, std::size_t count,
-                        sockaddr_storage* from, int flags, DatagramReport& report) {
-    if (count > IOV_MAX)
-        return receiveAndScatter(descriptor, parts, count, from, flags, report);
-    ReportBuffer control;
-    msghdr message = messageOf(parts, count);
-    message.msg_name = from;
+                        sockaddr_storage* from, int flags, bool& truncated) {
     const int systemFlags = flags & ~theOwnFlags;
+    if (count > IOV_MAX)
+        return receiveAndScatter(descriptor, parts, count, from, systemFlags, truncated);
+    if (count != 1)
+        return receiveScattered(descriptor, parts, count, from, systemFlags, truncated);
     const ssize_t size = repeatedCall([&] {
-        message.msg_namelen = from != nullptr ? sizeof *from : 0;
-        message.msg_control = control.bytes;
-        message.msg_controllen = sizeof control.bytes;
-        return recvmsg(descriptor, &message, systemFlags);
+        socklen_t fromSize = sizeof *from;
+        return recvfrom(descriptor, parts->iov_base, parts->iov_len, systemFlags | MSG_TRUNC,
+                        reinterpret_cast<sockaddr*>(from), from != nullptr ? &fromSize : nullptr);
     });
-    if (size >= 0)
-        report = readReport(message);
-    return size;
+    const auto room = static_cast<ssize_t>(parts->iov_len);
+    truncated = size > room;
+    return std::min(size, room);
 }
 
-void awaitReady(int descriptor, short events) {
-    pollfd waited{descriptor, events, 0};
-    repeatedCall([&] { return poll(&waited, 1, -1); });
+double lastArrival(int descriptor) {
+    timespec time{};
+    ioctl(descriptor, SIOCGSTAMPNS, &time);  // leaves it alone when it fails
+    return static_cast<double>(time.tv_sec) + 1e-9 * static_cast<double>(time.tv_nsec);
 }
 
-int duplicateDescriptor(int descriptor) {
-    return checkedCall("dup", [=] { return fcntl(descriptor, F_DUPFD_CLOEXEC, 0); });
-}
-
-DtString systemErrorText(int number) {
-    return DtString(std::system_category().message(number));
+std::uint32_t kernelDrops(int descriptor) {
+    std::array<std::uint32_t, SK_MEMINFO_VARS> info{};
+    socklen_t size = sizeof info;
+    getsockopt(descriptor, SOL_SOCKET, SO_MEMINFO, info.data(), &size);
+    return info[SK_MEMINFO_DROPS];
 }
 
 }  // namespace OrynRti

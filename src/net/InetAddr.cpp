@@ -208,12 +208,12 @@ void DtInetAddr::init() {
 }
 
 void DtInetAddr::initIPv4() {
-    const unsigned int value = toULong();
+    const unsigned int value = address_->to_v4().to_uint();
     if (netmask_ == 0)
         netmask_ = classNetmask(value);
     if (prefixLen_ == 0)
         prefixLen_ = DtInetUtils::netmaskToPrefixLen(netmask_);
-    isMulticast_ = address_->to_v4().is_multicast();
+    isMulticast_ = IN_MULTICAST(value);
     isBroadcast_ = prefixLen_ < 31 && value == (value | ~netmask_);
     isLoopback_ = value == INADDR_LOOPBACK;
     isAny_ = value == INADDR_ANY;
@@ -249,7 +249,7 @@ bool DtInetAddr::fromAddrStorage(const sockaddr_storage& addr) {
 // What the address is
 
 DtString DtInetAddr::toDtString(bool) const {
-    return DtString(address_->to_string());
+    return addressText(*address_);
 }
 
 DtInetUtils::DtInetAddrFamily DtInetAddr::family() const {

@@ -257,12 +257,7 @@ unsigned int DtInetUtils::prefixLenToIpv4Netmask(unsigned int prefixLen) {
 }
 
 unsigned int DtInetUtils::netmaskToPrefixLen(unsigned int netmask) {
-    unsigned int length = 0;
-    while ((netmask & 0x80000000u) != 0) {
-        netmask <<= 1;
-        ++length;
-    }
-    return length;
+    return netmask == 0xFFFFFFFFu ? 32 : static_cast<unsigned int>(__builtin_clz(~netmask));
 }
 
 unsigned int DtInetUtils::convertStringToNetmask(DtString text) {

@@ -3,6 +3,7 @@
 #include <arpa/inet.h>
 #include <boost/asio/ip/tcp.hpp>
 #include <boost/asio/ip/udp.hpp>
+#include <cstring>
 #include <string>
 
 #include "InetDevice.h"
@@ -42,6 +43,10 @@ unsigned short portOf(const sockaddr_storage& storage) {
                                               : readSockaddr<sockaddr_in6>(&storage).sin6_port);
 }
 
+bool hasBytes(const udp::endpoint& endpoint, const void* addr) {
+    return std::memcmp(endpoint.data(), addr, endpoint.size()) == 0;
+}
+
 const char* protocolText(DtInetProtocol protocol) {
     switch (protocol) {
         case DtInetTcp:
@@ -79,10 +84,13 @@ DtInetEndpoint::DtInetEndpoint(const DtInetEndpoint& other)
       textsCurrent_(other.textsCurrent_),
       text_(other.text_),
       textWithProtocol_(other.textWithProtocol_),
-      hostText_(other.hostText_) {}
+      hostText_(other.hostText_),
+      asReceived_(other.asReceived_) {}
 
 DtInetEndpoint& DtInetEndpoint::operator=(const DtInetEndpoint& other) {
-    if (this == &other)
+    const bool same = this == &other || (asReceived_ && other.asReceived_ &&
+                                         hasBytes(*udpEndpoint_, other.udpEndpoint_->data()));
+    if (same)
         return *this;
     if (other.tcpEndpoint_ != nullptr)
         assignOrCreate(tcpEndpoint_, *other.tcpEndpoint_);
@@ -92,6 +100,7 @@ DtInetEndpoint& DtInetEndpoint::operator=(const DtInetEndpoint& other) {
     port_ = other.port_;
     protocol_ = other.protocol_;
     textsCurrent_ = false;
+    asReceived_ = other.asReceived_ && tcpEndpoint_ == nullptr;
     return *this;
 }
 
@@ -107,6 +116,7 @@ void DtInetEndpoint::initEndpoint() {
     else
         udpEndpoint_.reset();
     textsCurrent_ = false;
+    asReceived_ = false;
 }
 
 // -------------------------------------------------------------------------------------------
@@ -246,11 +256,15 @@ int DtInetEndpoint::toSockaddr(sockaddr_in6* out) {
 }
 
 bool DtInetEndpoint::fromAddrStorage(DtInetProtocol protocol, const sockaddr_storage& addr) {
+    // A receiving loop often hears from the same sender again.
+    if (asReceived_ && protocol == DtInetUdp && hasBytes(*udpEndpoint_, &addr))
+        return true;
     if (!address_.fromAddrStorage(addr))
         return false;
     protocol_ = protocol;
     port_ = portOf(addr);
     initEndpoint();
+    asReceived_ = protocol == DtInetUdp;
     return true;
 }
 
@@ -290,6 +304,7 @@ tcp::endpoint* DtInetEndpoint::tcpEndpoint() {
 }
 
 udp::endpoint* DtInetEndpoint::udpEndpoint() {
+    asReceived_ = false;  // the caller may change it
     return udpEndpoint_.get();
 }
 

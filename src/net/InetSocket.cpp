@@ -193,9 +193,9 @@ void DtInetSocket::countSent(std::uint64_t bytes) {
     packetsSent_.fetch_add(1, std::memory_order_relaxed);
 }
 
-void DtInetSocket::countReceived(std::uint64_t bytes) {
+std::uint64_t DtInetSocket::countReceived(std::uint64_t bytes) {
     bytesReceived_.fetch_add(bytes, std::memory_order_relaxed);
-    packetsReceived_.fetch_add(1, std::memory_order_relaxed);
+    return packetsReceived_.fetch_add(1, std::memory_order_relaxed) + 1;
 }
 
 double DtInetSocket::receiveTime() const {
@@ -246,10 +246,6 @@ bool DtInetSocket::findAndRemoveCallback(DtInetSocketCallbackChain& chain,
     delete entry->second;
     chain.erase(entry);
     return true;
-}
-
-bool DtInetSocket::hasCallbacks(DtInetSockProcessingType type) const {
-    return chainSizes_[type].load(std::memory_order_relaxed) != 0;
 }
 
 }  // namespace OrynRti

@@ -71,7 +71,7 @@ int DtInetSocket::transmit(const iovec*, std::size_t, DtInetEndpoint&, int, cons
 
 bool DtInetSocket::runsChain(DtInetSockProcessingType type, int flags) const {
     const int skip = type == DtInetSockPreSend ? DtInetSockSkipFirstChain : DtInetSockSkipPostSend;
-    return (flags & skip) == 0 && hasCallbacks(type);
+    return hasCallbacks(type) && (flags & skip) == 0;
 }
 
 int DtInetSocket::sendThroughChains(DtInetSocketBufferChain& chain, DtInetEndpoint& destination,
@@ -89,14 +89,18 @@ int DtInetSocket::sendThroughChains(DtInetSocketBufferChain& chain, DtInetEndpoi
 int DtInetSocket::sendThroughChains(const char* bytes, int size, DtInetEndpoint& destination,
                                     int flags, const char* operation) {
     const std::size_t length = bytes != nullptr && size > 0 ? static_cast<std::size_t>(size) : 0;
-    if (runsChain(DtInetSockPreSend, flags) || runsChain(DtInetSockPostSend, flags)) {
-        ScratchChain copy(bytes, length);
-        return sendWithCallbacks(copy.chain(), destination, flags, operation);
-    }
+    if (runsChain(DtInetSockPreSend, flags) || runsChain(DtInetSockPostSend, flags))
+        return sendWithCallbacks(bytes, length, destination, flags, operation);
     const iovec part{const_cast<char*>(bytes), length};  // the system only reads them
     int result = 0;
     sendAndCount(&part, length != 0 ? 1 : 0, result, destination, flags, operation);
     return result;
+}
+
+int DtInetSocket::sendWithCallbacks(const char* bytes, std::size_t size,
+                                    DtInetEndpoint& destination, int flags, const char* operation) {
+    ScratchChain copy(bytes, size);
+    return sendWithCallbacks(copy.chain(), destination, flags, operation);
 }
 
 /// The chain is a copy, which the callbacks may change as they like.

@@ -28,13 +28,6 @@ constexpr std::size_t theBlock_bytes = 4096;
 constexpr std::size_t theBatchParts = 64;
 constexpr std::chrono::milliseconds theLookAgain(2);
 
-std::size_t sizeOf(const iovec* parts, std::size_t count) {
-    std::size_t size = 0;
-    for (std::size_t i = 0; i < count; ++i)
-        size += parts[i].iov_len;
-    return size;
-}
-
 }  // namespace
 
 DtInetTcpSockPimpl::DtInetTcpSockPimpl(int descriptor, bool ipv6, PollDescriptor& poll,
@@ -77,7 +70,7 @@ void DtInetTcpSockPimpl::stick(int error) {
 
 int DtInetTcpSockPimpl::getFromReceiveQueue(const iovec* parts, std::size_t count, Error& error,
                                             double& time) {
-    const std::size_t room = sizeOf(parts, count);
+    const std::size_t room = partsSize(parts, count);
     Chunk chunk;
     {
         const std::lock_guard<std::mutex> lock(mutex_);
@@ -178,7 +171,7 @@ bool DtInetTcpSockPimpl::queueIsFull() const {
 // Sending: the callers
 
 int DtInetTcpSockPimpl::asyncSendChain(const iovec* parts, std::size_t count, Error& error) {
-    const std::size_t size = sizeOf(parts, count);
+    const std::size_t size = partsSize(parts, count);
     const std::size_t limit = limits_.send;
     {
         const std::lock_guard<std::mutex> lock(mutex_);

@@ -7,10 +7,10 @@
 
 #include "InetDevice.h"
 #include "ScopedLock.h"
-#include "net/DatagramIo.h"
-#include "net/DatagramOptions.h"
+#include "net/DescriptorIo.h"
 #include "net/InetTcpSocketParts.h"
 #include "net/SocketAddress.h"
+#include "net/SocketOptions.h"
 #include "net/StreamIo.h"
 
 namespace OrynRti {

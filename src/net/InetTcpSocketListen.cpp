@@ -9,7 +9,7 @@
 #include "InetDevice.h"
 #include "InetTcpSocket.h"
 #include "ScopedLock.h"
-#include "net/DatagramIo.h"
+#include "net/DescriptorIo.h"
 #include "net/InetTcpSocketParts.h"
 #include "net/SocketAddress.h"
 #include "net/StreamIo.h"

@@ -3,14 +3,14 @@
 
 #include "InetTcpSocket.h"
 #include "ScopedLock.h"
-#include "net/DatagramIo.h"
-#include "net/DatagramOptions.h"
+#include "net/DescriptorIo.h"
 #include "net/InetTcpSocketParts.h"
+#include "net/SocketOptions.h"
 #include "net/TcpOptions.h"
 
 namespace OrynRti {
 
-namespace Options = DatagramOptions;  // those that sockets of both kinds have
+namespace Options = SocketOptions;  // those that sockets of both kinds have
 
 // -------------------------------------------------------------------------------------------
 // The common part

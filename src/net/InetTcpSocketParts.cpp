@@ -5,7 +5,7 @@
 #include <sys/socket.h>
 #include <utility>
 
-#include "net/DatagramOptions.h"
+#include "net/SocketOptions.h"
 #include "net/TcpOptions.h"
 
 namespace OrynRti {
@@ -23,13 +23,13 @@ void require(const char* name, int error) {
 void applySizes(int descriptor, const TcpSettings& settings) {
     if (settings.sendBufferSize.has_value())
         require("send buffer size",
-                DatagramOptions::setSendBufferSize(descriptor, *settings.sendBufferSize));
+                SocketOptions::setSendBufferSize(descriptor, *settings.sendBufferSize));
     if (settings.receiveBufferSize.has_value())
         require("receive buffer size",
-                DatagramOptions::setReceiveBufferSize(descriptor, *settings.receiveBufferSize));
+                SocketOptions::setReceiveBufferSize(descriptor, *settings.receiveBufferSize));
     if (settings.receiveLowWatermark.has_value())
         require("receive low watermark",
-                DatagramOptions::setReceiveLowWatermark(descriptor, *settings.receiveLowWatermark));
+                SocketOptions::setReceiveLowWatermark(descriptor, *settings.receiveLowWatermark));
 }
 
 /// close() waits for the linger time, of which waiting for the queue has taken a part. The rest is
@@ -47,7 +47,7 @@ Descriptor TcpSocketParts::make(bool ipv6, unsigned int options) const {
         return socket(ipv6 ? AF_INET6 : AF_INET, SOCK_STREAM | SOCK_CLOEXEC, IPPROTO_TCP);
     }));
     if (ipv6)
-        require("IPv6 only", DatagramOptions::setIpv6Only(descriptor.number(), true));
+        require("IPv6 only", SocketOptions::setIpv6Only(descriptor.number(), true));
     apply(descriptor.number(), options);
     return descriptor;
 }
@@ -55,10 +55,10 @@ Descriptor TcpSocketParts::make(bool ipv6, unsigned int options) const {
 /// Those that are off as well: an accepted descriptor comes with the settings of its server.
 void TcpSocketParts::apply(int descriptor, unsigned int options) const {
     require("non-blocking",
-            DatagramOptions::setNonBlocking(descriptor, (options & DtInetSockNonBlocking) != 0));
+            SocketOptions::setNonBlocking(descriptor, (options & DtInetSockNonBlocking) != 0));
     require("address reuse",
-            DatagramOptions::setReuseAddress(descriptor, (options & DtInetSockReuseAddress) != 0));
-    require("do-not-route", DatagramOptions::setDoNotRoute(descriptor, settings.doNotRoute));
+            SocketOptions::setReuseAddress(descriptor, (options & DtInetSockReuseAddress) != 0));
+    require("do-not-route", SocketOptions::setDoNotRoute(descriptor, settings.doNotRoute));
     require("no-delay", TcpOptions::setNoDelay(descriptor, settings.noDelay));
     require("keep-alive", TcpOptions::setKeepAlive(descriptor, settings.keepAlive));
     require("linger", TcpOptions::setLinger(descriptor, settings.linger_s));

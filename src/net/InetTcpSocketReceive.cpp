@@ -10,7 +10,7 @@
 #include "Time.h"
 #include "net/BufferParts.h"
 #include "net/ChainRun.h"
-#include "net/DatagramIo.h"
+#include "net/DescriptorIo.h"
 #include "net/InetTcpSocketParts.h"
 #include "net/ScratchChain.h"
 #include "net/StreamIo.h"

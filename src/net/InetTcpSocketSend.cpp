@@ -6,7 +6,8 @@
 #include <sys/socket.h>
 
 #include "InetTcpSocket.h"
-#include "net/DatagramIo.h"
+#include "net/BufferParts.h"
+#include "net/DescriptorIo.h"
 #include "net/InetTcpSocketParts.h"
 #include "net/StreamIo.h"
 
@@ -24,13 +25,6 @@ constexpr char theChainOperation[] = "DtInetTcpSocket::sendChain()/sendChainTo()
 const char* textOf(const char* operation) {
     return operation == theSendOperation ? "DtInetTcpSocket::send()"
                                          : "DtInetTcpSocket::sendChain()";
-}
-
-std::size_t sizeOf(const iovec* parts, std::size_t count) {
-    std::size_t size = 0;
-    for (std::size_t i = 0; i < count; ++i)
-        size += parts[i].iov_len;
-    return size;
 }
 
 Error systemError(int number) {
@@ -88,7 +82,7 @@ int DtInetTcpSocket::transmit(const iovec* parts, std::size_t count, DtInetEndpo
         DtInetTcpSockPimpl* const pimpl = parts_->pimpl;
         if (use.descriptor() < 0)
             error = systemError(EBADF);
-        else if (sizeOf(parts, count) > INT_MAX)  // the result could not tell
+        else if (partsSize(parts, count) > INT_MAX)  // the result could not tell
             error = systemError(EMSGSIZE);
         else if (pimpl != nullptr && pimpl->sends())
             sent = pimpl->asyncSendChain(parts, count, error);

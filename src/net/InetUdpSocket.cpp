@@ -9,9 +9,9 @@
 #include "Exceptions.h"
 #include "InetDevice.h"
 #include "ScopedLock.h"
-#include "net/DatagramIo.h"
-#include "net/DatagramOptions.h"
+#include "net/DescriptorIo.h"
 #include "net/InetUdpSocketPimpl.h"
+#include "net/SocketOptions.h"
 
 namespace OrynRti {
 
@@ -79,7 +79,7 @@ bool DtInetUdpSocket::bindToDevice(DtInetDevice* device) {
     if (device != nullptr && !device->isOk())
         return recordFailure(ENODEV, failure + systemErrorText(ENODEV));
     if (!applySetting(failure,
-                      [=](int number) { return DatagramOptions::bindToInterface(number, index); }))
+                      [=](int number) { return SocketOptions::bindToInterface(number, index); }))
         return false;
     delete std::exchange(hostIf_, owned.release());
     return true;
@@ -107,6 +107,11 @@ bool DtInetUdpSocket::isOpen() const {
 
 bool DtInetUdpSocket::isOk() const {
     return state() > 0 && state() != DtInetSockClosed;
+}
+
+/// Whether a call with these flags does.
+bool DtInetUdpSocket::waits(int flags) const {
+    return !isNonBlocking() && (flags & MSG_DONTWAIT) == 0;
 }
 
 int DtInetUdpSocket::descriptor() const {
@@ -255,11 +260,13 @@ void DtInetUdpSocket::announceQueued(bool waiting) {
 }
 
 DtInetUdpSocket::Counters DtInetUdpSocket::counters() const {
+    pimpl_->noteKernelDrops();
     return pimpl_->counters.snapshot();
 }
 
 void DtInetUdpSocket::clearStats() {
     DtInetSocket::clearStats();
+    pimpl_->noteKernelDrops();
     pimpl_->counters.clear();
 }
 
@@ -269,10 +276,6 @@ void DtInetUdpSocket::countOnWire(std::uint64_t bytes) {
 
 DatagramCounters& DtInetUdpSocket::datagramCounters() {
     return pimpl_->counters;
-}
-
-void DtInetUdpSocket::setReceiveTime(double seconds) {
-    receiveTime_.store(seconds, std::memory_order_relaxed);
 }
 
 }  // namespace OrynRti

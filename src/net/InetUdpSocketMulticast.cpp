@@ -4,9 +4,9 @@
 #include "InetDevice.h"
 #include "InetUdpSocket.h"
 #include "ScopedLock.h"
-#include "net/DatagramIo.h"
-#include "net/DatagramOptions.h"
+#include "net/DescriptorIo.h"
 #include "net/InetUdpSocketPimpl.h"
+#include "net/SocketOptions.h"
 
 namespace OrynRti {
 
@@ -28,7 +28,7 @@ bool DtInetUdpSocket::setMcastDevice(const DtInetDevice* device) {
     if (device != nullptr && !device->isOk())
         return recordFailure(ENODEV, failure + systemErrorText(ENODEV));
     if (!applySetting(failure, [=](int number) {
-            return DatagramOptions::setMulticastInterface(number, kind, index);
+            return SocketOptions::setMulticastInterface(number, kind, index);
         }))
         return false;
     pimpl_->settings.multicastInterface = index;
@@ -67,8 +67,8 @@ bool DtInetUdpSocket::changeGroup(const char* name, const char* verb, const DtIn
         if (device != nullptr && !device->isOk())
             return ENODEV;
         const unsigned int index = device != nullptr ? device->index() : 0;
-        return join ? DatagramOptions::joinGroup(number, group, index)
-                    : DatagramOptions::dropGroup(number, group, index);
+        return join ? SocketOptions::joinGroup(number, group, index)
+                    : SocketOptions::dropGroup(number, group, index);
     });
 }
 

@@ -3,13 +3,13 @@
 
 #include "InetUdpSocket.h"
 #include "ScopedLock.h"
-#include "net/DatagramIo.h"
-#include "net/DatagramOptions.h"
+#include "net/DescriptorIo.h"
 #include "net/InetUdpSocketPimpl.h"
+#include "net/SocketOptions.h"
 
 namespace OrynRti {
 
-namespace Options = DatagramOptions;
+namespace Options = SocketOptions;
 
 // -------------------------------------------------------------------------------------------
 // The common part

@@ -5,14 +5,15 @@
 #include <utility>
 
 #include "InetDevice.h"
-#include "net/DatagramOptions.h"
+#include "net/DatagramIo.h"
 #include "net/SocketAddress.h"
+#include "net/SocketOptions.h"
 
 namespace OrynRti {
 
 namespace {
 
-namespace Options = DatagramOptions;
+namespace Options = SocketOptions;
 
 void require(const char* name, int error) {
     if (error != 0)
@@ -37,7 +38,7 @@ void applySet(const char* name, const std::optional<Value>& value, Setter setter
 
 void applySettings(int descriptor, DtInetUtils::DtInetAddrFamily family,
                    const DatagramSettings& settings) {
-    using namespace DatagramOptions;
+    using namespace SocketOptions;
     applySet("send buffer size", settings.sendBufferSize,
              [=](unsigned int bytes) { return setSendBufferSize(descriptor, bytes); });
     applySet("receive buffer size", settings.receiveBufferSize,
@@ -97,7 +98,6 @@ Descriptor DtInetUdpSockPimpl::bound(const DtInetAddr& address, unsigned short p
         require("IPv6 only", Options::setIpv6Only(number, true));
     applyWord(number, family, options);
     applySettings(number, family, settings);
-    require("receive reports", Options::setReceiveReports(number, true));
     require("multicast", Options::setMulticastOfOthers(number, family, false));
     if (device != nullptr)
         require("bind to device", Options::bindToInterface(number, device->index()));
@@ -119,19 +119,38 @@ void DtInetUdpSockPimpl::adopt(int number, unsigned int options) {
     checkedCall("close on exec", [=] { return fcntl(number, F_SETFD, FD_CLOEXEC); });
     require("non-blocking",
             Options::setNonBlocking(number, (options & DtInetSockNonBlocking) != 0));
-    require("receive reports", Options::setReceiveReports(number, true));
     prepare(number, options);
     gate.open(Descriptor(number));
 }
 
 void DtInetUdpSockPimpl::prepare(int number, unsigned int options) {
+    const bool receives = (options & DtInetSockAsyncReceive) != 0;
     counters.forgetKernelCount();
+    require("arrival reports", Options::setArrivalReports(number, receives));
     if ((options & (DtInetSockAsyncSend | DtInetSockAsyncReceive)) != 0)
         async = std::make_unique<Async>(*this, number, options);
     poll.lower(PollDescriptor::ReceiveQueue, true);
     poll.lower(PollDescriptor::Closed, true);
-    if ((options & DtInetSockAsyncReceive) == 0)
+    if (!receives)
         poll.watch(number);
+}
+
+void DtInetUdpSockPimpl::noteKernelDrops() {
+    const DescriptorGate::Use use(gate);
+    if (use.descriptor() >= 0)
+        counters.noteKernelDrops(kernelDrops(use.descriptor()));
+}
+
+double DtInetUdpSockPimpl::lastArrival() {
+    const DescriptorGate::Use use(gate);
+    const double arrival = use.descriptor() >= 0 ? OrynRti::lastArrival(use.descriptor()) : 0.0;
+    return arrival != 0.0 ? arrival : arrivalBeforeClosing_.load();
+}
+
+void DtInetUdpSockPimpl::rememberArrival(int number) {
+    const double arrival = OrynRti::lastArrival(number);
+    if (arrival != 0.0)
+        arrivalBeforeClosing_ = arrival;
 }
 
 bool DtInetUdpSockPimpl::end(double sendWait_s) {
@@ -147,6 +166,8 @@ bool DtInetUdpSockPimpl::end(double sendWait_s) {
         async->sender->drain(sendWait_s);
     shutdown(number, SHUT_RDWR);
     const Descriptor closed = gate.endClose();
+    counters.noteKernelDrops(kernelDrops(number));
+    rememberArrival(number);
     async.reset();
     poll.watch(-1);
     poll.raise(PollDescriptor::Closed);

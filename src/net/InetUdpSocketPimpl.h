@@ -65,6 +65,13 @@ public:
     /// it was closed already.
     bool end(double sendWait_s);
 
+    /// Brings the counter of what the kernel has dropped up to date.
+    void noteKernelDrops();
+
+    /// When the datagram received last, of those not received by the thread, came; 0 before the
+    /// first.
+    double lastArrival();
+
     DescriptorGate gate;
     PollDescriptor poll;
     DatagramCounters counters;
@@ -76,6 +83,9 @@ public:
 
 private:
     void prepare(int number, unsigned int options);
+    void rememberArrival(int number);
+
+    std::atomic<double> arrivalBeforeClosing_{0.0};
 };
 
 /// What an error text says ahead of a destination that was never set.

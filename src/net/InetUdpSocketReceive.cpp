@@ -7,6 +7,7 @@
 #include "InetUdpSocket.h"
 #include "net/BufferParts.h"
 #include "net/DatagramIo.h"
+#include "net/DescriptorIo.h"
 #include "net/InetUdpSocketPimpl.h"
 #include "net/ScratchChain.h"
 
@@ -16,7 +17,8 @@ namespace OrynRti {
 struct ReceivedDatagram {
     int size = 0;
     sockaddr_storage from;
-    DatagramReport report;
+    double time = 0;  ///< 0 for: the kernel knows.
+    bool truncated = false;
 };
 
 // -------------------------------------------------------------------------------------------
@@ -42,12 +44,32 @@ int DtInetUdpSocket::recvToChainFrom(DtInetSocketBufferChain& chain, DtInetEndpo
 // Around one datagram
 
 bool DtInetUdpSocket::readyToReceive(const char* name) {
+    const bool receives = (flags_ & (DtInetSockReceive | DtInetSockAsyncReceive)) != 0;
+    return (receives && pimpl_->gate.descriptor() >= 0) || refuseReceiving(name);
+}
+
+bool DtInetUdpSocket::refuseReceiving(const char* name) {
     if (!isOpen())
         return refuseUnopened(name);
-    if ((flags_ & (DtInetSockReceive | DtInetSockAsyncReceive)) != 0)
-        return true;
     return recordError(EOPNOTSUPP, DtString("DtInetUdpSocket::") + name +
                                        "(): Socket not initialized for receiving.");
+}
+
+/// What the kernel knows is asked for only when somebody wants to know it, which few do. Until then
+/// the datagram's number, below 0, takes the place of the time.
+void DtInetUdpSocket::noteReceiveTime(double time, std::uint64_t number) {
+    if (time == 0)
+        time = number != 0 ? -static_cast<double>(number) : pimpl_->lastArrival();
+    receiveTime_.store(time, std::memory_order_relaxed);
+}
+
+double DtInetUdpSocket::receiveTime() const {
+    double known = receiveTime_.load(std::memory_order_relaxed);
+    if (known >= 0)
+        return known;
+    const double time = pimpl_->lastArrival();
+    receiveTime_.compare_exchange_strong(known, time);  // unless a further one has come
+    return time;
 }
 
 bool DtInetUdpSocket::runsReceiveChains(int flags) const {
@@ -55,26 +77,16 @@ bool DtInetUdpSocket::runsReceiveChains(int flags) const {
            (hasCallbacks(DtInetSockBeforeRead) && (flags & DtInetSockSkipFirstChain) == 0);
 }
 
-/// Callbacks work on a chain, so with any of them the bytes go through one of our own.
 int DtInetUdpSocket::receive(char* buffer, int size, DtInetEndpoint* sender, int flags,
                              const char* name) {
     if (!readyToReceive(name))
         return -1;
     if (buffer == nullptr || size <= 0)
         return DtInetSockIncomplete;
-    const std::size_t room = static_cast<std::size_t>(size);
-    if (!runsReceiveChains(flags)) {
-        const iovec part{buffer, room};
-        return readDatagram(&part, 1, sender, flags, name);
-    }
-    ScratchChain copy(room);
-    DtInetEndpoint& peer = sender != nullptr ? *sender : copy.endpoint();
-    const int received = receiveWithCallbacks(copy.chain(), peer, flags, name);
-    if (received <= 0)
-        return received;
-    const int delivered = std::min(received, size);
-    std::copy_n(copy.front(), delivered, buffer);
-    return delivered;
+    if (runsReceiveChains(flags))
+        return receiveThroughCopy(buffer, size, sender, flags, name);
+    const iovec part{buffer, static_cast<std::size_t>(size)};
+    return readDatagram(&part, 1, sender, flags, name);
 }
 
 int DtInetUdpSocket::receive(DtInetSocketBufferChain& chain, DtInetEndpoint* sender, int flags,
@@ -89,28 +101,8 @@ int DtInetUdpSocket::receive(DtInetSocketBufferChain& chain, DtInetEndpoint* sen
     }
     if (sender != nullptr)
         return receiveWithCallbacks(chain, *sender, flags, name);
-    ScratchChain unused(std::size_t(0));
+    ScratchChain unused(nullptr, 0);
     return receiveWithCallbacks(chain, unused.endpoint(), flags, name);
-}
-
-int DtInetUdpSocket::receiveWithCallbacks(DtInetSocketBufferChain& chain, DtInetEndpoint& sender,
-                                          int flags, const char* name) {
-    int status = 0;
-    int size = 0;
-    if ((flags & DtInetSockSkipFirstChain) == 0)
-        size = runBeforeRead(chain, sender, status);
-    if (status >= 0 || status < DtInetSockFromQueue) {
-        status = 0;
-        const BufferParts parts(chain);
-        size = readDatagram(parts.data(), parts.count(), &sender, flags, name);
-        if (size <= 0)
-            return size;
-    }
-    size = runReceive(size, chain, sender, status);
-    const int result = receiveResult(size, status);
-    if (result == DtInetSockStatusError)
-        recordError(-1, DtString("DtInetUdpSocket::") + name + "(): Receive callback failed.");
-    return result;
 }
 
 // -------------------------------------------------------------------------------------------
@@ -133,30 +125,27 @@ int DtInetUdpSocket::readDatagram(const iovec* parts, std::size_t count, DtInetE
 /// 0 or the error number.
 int DtInetUdpSocket::readDirectly(int descriptor, const iovec* parts, std::size_t count, int flags,
                                   ReceivedDatagram& received) {
-    const bool waits = !isNonBlocking() && (flags & MSG_DONTWAIT) == 0;
     ssize_t size = -1;
     while ((size = receiveDatagram(descriptor, parts, count, &received.from, flags,
-                                   received.report)) < 0) {
+                                   received.truncated)) < 0) {
         if (errno == ECONNREFUSED)  // the report on a datagram sent earlier
             DatagramCounters::add(pimpl_->counters.portUnreachable);
-        else if (errno == EAGAIN && waits)  // the queues' thread makes the descriptor non-blocking
+        else if (errno == EAGAIN && waits(flags))  // the queues' thread makes it non-blocking
             awaitReady(descriptor, POLLIN);
         else
             return errno;
     }
     if (size == 0 && !isOpen())  // woken by closing
         return EBADF;
-    pimpl_->counters.noteKernelDrops(received.report.drops);
     received.size = static_cast<int>(size);
     return 0;
 }
 
 int DtInetUdpSocket::readQueued(const iovec* parts, std::size_t count, int flags,
                                 ReceivedDatagram& received) {
-    const bool waits = !isNonBlocking() && (flags & MSG_DONTWAIT) == 0;
     AsyncDatagramReceiver::Datagram datagram;
     int error = 0;
-    switch (pimpl_->async->receiver->take(datagram, error, waits)) {
+    switch (pimpl_->async->receiver->take(datagram, error, waits(flags))) {
         case AsyncDatagramReceiver::Taken:
             break;
         case AsyncDatagramReceiver::Nothing:
@@ -168,25 +157,22 @@ int DtInetUdpSocket::readQueued(const iovec* parts, std::size_t count, int flags
     }
     received.size = static_cast<int>(datagram.bytes.size());
     received.from = datagram.from.storage();
-    received.report = datagram.report;
-    std::size_t room = 0;
-    for (std::size_t i = 0; i < count; ++i)
-        room += parts[i].iov_len;
-    if (datagram.bytes.size() > room)
-        received.report.truncated = true;
-    else
+    received.time = datagram.time;
+    received.truncated = datagram.truncated || datagram.bytes.size() > partsSize(parts, count);
+    if (!received.truncated)
         scatterBytes(datagram.bytes.data(), datagram.bytes.size(), parts);
     return 0;
 }
 
 /// Counts the datagram and tells about it; what the receiving call answers.
 int DtInetUdpSocket::accept(const ReceivedDatagram& received, DtInetEndpoint* sender, int flags) {
-    if ((flags & MSG_PEEK) == 0)
-        countReceived(static_cast<std::uint64_t>(received.size));
-    setReceiveTime(received.report.time);
     if (sender != nullptr)
         sender->fromAddrStorage(DtInetUdp, received.from);
-    if (received.report.truncated) {
+    std::uint64_t number = 0;
+    if ((flags & MSG_PEEK) == 0)
+        number = countReceived(static_cast<std::uint64_t>(received.size));
+    noteReceiveTime(received.time, number);
+    if (received.truncated) {
         DatagramCounters::add(pimpl_->counters.truncatedDatagrams);
         return DtInetSockIncomplete;
     }

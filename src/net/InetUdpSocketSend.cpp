@@ -4,7 +4,9 @@
 #include <sys/socket.h>
 
 #include "InetUdpSocket.h"
+#include "net/BufferParts.h"
 #include "net/DatagramIo.h"
+#include "net/DescriptorIo.h"
 #include "net/InetUdpSocketPimpl.h"
 
 namespace OrynRti {
@@ -15,13 +17,6 @@ constexpr const char* theSendOperation = "DtInetUdpSocket::send()/sendTo()";
 constexpr const char* theChainOperation = "DtInetUdpSocket::sendChain()/sendChainTo()";
 constexpr int theQueueIsFull = -1;  // no number of the system's
 constexpr const char* theBadDestination = "(): Error - destination is invalid: ";
-
-int sizeOf(const iovec* parts, std::size_t count) {
-    std::size_t size = 0;
-    for (std::size_t i = 0; i < count; ++i)
-        size += parts[i].iov_len;
-    return static_cast<int>(size);
-}
 
 }  // namespace
 
@@ -35,17 +30,23 @@ bool DtInetUdpSocket::isValidDestination(DtInetEndpoint& destination) {
 
 bool DtInetUdpSocket::checkDestination(DtInetEndpoint& destination, const char* name,
                                        const char* words) {
-    if (isValidDestination(destination))
-        return true;
+    return isValidDestination(destination) || refuseDestination(destination, name, words);
+}
+
+bool DtInetUdpSocket::refuseDestination(const DtInetEndpoint& destination, const char* name,
+                                        const char* words) {
     return recordError(EDESTADDRREQ, DtString("DtInetUdpSocket::") + name + words +
                                          DtInetEndpoint(destination).toDtString());
 }
 
 bool DtInetUdpSocket::readyToSend(const char* name) {
+    const bool sends = (flags_ & (DtInetSockSend | DtInetSockAsyncSend)) != 0;
+    return (sends && pimpl_->gate.descriptor() >= 0) || refuseSending(name);
+}
+
+bool DtInetUdpSocket::refuseSending(const char* name) {
     if (!isOpen())
         return refuseUnopened(name);
-    if ((flags_ & (DtInetSockSend | DtInetSockAsyncSend)) != 0)
-        return true;
     return recordError(EOPNOTSUPP, DtString("DtInetUdpSocket::") + name +
                                        "(): Socket not initialized for sending.");
 }
@@ -91,19 +92,19 @@ int DtInetUdpSocket::transmit(const iovec* parts, std::size_t count, DtInetEndpo
                         ? sendQueued(parts, count, destination)
                         : sendDirectly(use.descriptor(), parts, count, destination, flags);
     }
-    return error == 0 ? sizeOf(parts, count) : sendingFailed(error, operation, destination);
+    return error == 0 ? static_cast<int>(partsSize(parts, count))
+                      : sendingFailed(error, operation, destination);
 }
 
 /// The datagram goes out whole, or the error number says why not.
 int DtInetUdpSocket::sendDirectly(int descriptor, const iovec* parts, std::size_t count,
                                   const DtInetEndpoint& destination, int flags) {
     const SocketAddress to(destination);
-    const bool waits = !isNonBlocking() && (flags & MSG_DONTWAIT) == 0;
     ssize_t sent = -1;
     while ((sent = sendDatagram(descriptor, parts, count, to, flags)) < 0) {
         if (errno == ECONNREFUSED)  // the report on an earlier datagram, told in place of sending
             DatagramCounters::add(pimpl_->counters.portUnreachable);
-        else if (errno == EAGAIN && waits)  // the queues' thread makes the descriptor non-blocking
+        else if (errno == EAGAIN && waits(flags))  // the queues' thread makes it non-blocking
             awaitReady(descriptor, POLLOUT);
         else
             return errno;

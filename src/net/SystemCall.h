@@ -11,7 +11,7 @@ namespace OrynRti {
 /// Makes a system call again for as long as a signal interrupts it. The result is the call's;
 /// errno tells why it is -1. Not for close(), which must not be repeated.
 template <typename Call>
-auto repeatedCall(Call call) -> decltype(call()) {
+[[gnu::always_inline]] inline auto repeatedCall(Call call) -> decltype(call()) {
     for (;;) {
         const auto result = call();
         if (result != -1 || errno != EINTR)

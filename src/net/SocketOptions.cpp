@@ -1,7 +1,9 @@
-#include "net/DatagramOptions.h"
+#include "net/SocketOptions.h"
 
 #include <cerrno>
+#include <ctime>
 #include <fcntl.h>
+#include <linux/sockios.h>
 #include <netinet/in.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
@@ -13,7 +15,7 @@
 #define IPV6_MULTICAST_ALL 29  // Linux 4.20; missing in the headers of older C libraries
 #endif
 
-namespace OrynRti::DatagramOptions {
+namespace OrynRti::SocketOptions {
 
 namespace {
 
@@ -213,9 +215,10 @@ int bindToInterface(int descriptor, unsigned int interfaceIndex) {
     return setSocketOption(descriptor, SO_BINDTOIFINDEX, static_cast<int>(interfaceIndex));
 }
 
-int setReceiveReports(int descriptor, bool on) {
-    const int error = setSocketOption(descriptor, SO_TIMESTAMPNS, on);
-    return error != 0 ? error : setSocketOption(descriptor, SO_RXQ_OVFL, on);
+int setArrivalReports(int descriptor, bool withDatagram) {
+    timespec ignored{};
+    ioctl(descriptor, SIOCGSTAMPNS, &ignored);  // who asks once is prepared for from then on
+    return setSocketOption(descriptor, SO_TIMESTAMPNS, withDatagram);
 }
 
-}  // namespace OrynRti::DatagramOptions
+}  // namespace OrynRti::SocketOptions

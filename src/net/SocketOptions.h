@@ -1,12 +1,12 @@
-#ifndef RTIQNUTIL_SRC_NET_DATAGRAMOPTIONS_H
-#define RTIQNUTIL_SRC_NET_DATAGRAMOPTIONS_H
+#ifndef RTIQNUTIL_SRC_NET_SOCKETOPTIONS_H
+#define RTIQNUTIL_SRC_NET_SOCKETOPTIONS_H
 
 #include "InetAddr.h"
 #include "InetAddrUtils.h"
 
-/// The settings of a datagram socket, by descriptor: for the sockets of this library and for
-/// further descriptors that they send through. Each returns 0 or the system's error number.
-namespace OrynRti::DatagramOptions {
+/// The settings of a socket, by descriptor: for the sockets of this library and for further
+/// descriptors that they send through. Each returns 0 or the system's error number.
+namespace OrynRti::SocketOptions {
 
 using Family = DtInetUtils::DtInetAddrFamily;
 
@@ -55,9 +55,10 @@ int setIpv6Only(int descriptor, bool on);
 /// 0 for all interfaces.
 int bindToInterface(int descriptor, unsigned int interfaceIndex);
 
-/// Whether the kernel says with each datagram when it came and how many it has dropped.
-int setReceiveReports(int descriptor, bool on);
+/// Has the kernel note when each datagram comes: to tell with the datagram, or, which makes
+/// receiving cheaper, when asked for the one received last.
+int setArrivalReports(int descriptor, bool withDatagram);
 
-}  // namespace OrynRti::DatagramOptions
+}  // namespace OrynRti::SocketOptions
 
 #endif
