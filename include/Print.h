@@ -150,8 +150,9 @@ private:
 /// Threads:   any thread; text of two threads may meet in one piece, but one run of characters
 ///            is never torn apart by another
 /// Ownership: borrows its stream; the buffer outlives the stream built on it
-/// Cost:      one lock per run of characters and per flush, no allocation for pieces of up to 64 KB
-///            once it has grown; a disabled stream takes no lock
+/// Cost:      one lock per run of characters and per flush, for which a thread tries some
+///            microseconds before it sleeps; no allocation for pieces of up to 64 KB once it has
+///            grown; a disabled stream takes no lock
 class DT_EXPORT DtOutputStreamBuffer : public std::streambuf {
 public:
     DtOutputStreamBuffer();
@@ -193,7 +194,7 @@ private:
 /// three pieces.
 ///
 /// Threads:   any thread may write, attach and detach at any time. The printers run under the
-///            locks of the stream. Two printers that, on two threads, each write to (or attach
+///            lock of the buffer. Two printers that, on two threads, each write to (or attach
 ///            to, or detach from) the stream that is calling the other can deadlock
 /// Ownership: borrows the buffer, the level and the printers; all must outlive their use here
 /// Errors:    a printer that throws loses that piece; the others and the stream do not notice
@@ -245,7 +246,8 @@ private:
     void runPrinter(DtPrinter* printer, const std::string& text, bool endOfLine);
     void dropDetachedPrinters();
 
-    // The order of the first six members is fixed.
+    // The order of the first six members is fixed. The printers are guarded by the lock of the
+    // buffer, under which they run; their own only keeps its place.
     DtOutputStreamBuffer* buffer_;
     DtMutex bufferMutex_;
     std::vector<DtPrinter*> printers_;

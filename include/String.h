@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <iosfwd>
 #include <string>
 #include <vector>
@@ -81,13 +82,26 @@ public:
     virtual DtString* clone() const;
 
     /// Byte-wise comparisons. All six, != and >= too, are false when this string is cleared
-    /// or `text` is null.
-    virtual bool operator<(const char* text) const;
-    virtual bool operator>(const char* text) const;
-    virtual bool operator==(const char* text) const;
-    virtual bool operator!=(const char* text) const;
-    virtual bool operator<=(const char* text) const;
-    virtual bool operator>=(const char* text) const;
+    /// or `text` is null. (Defined here, as string() is, they need no call where the compiler
+    /// knows the type of the string; exported, since not every caller is compiled that way.)
+    DT_EXPORT virtual bool operator<(const char* text) const {
+        return areTexts(data_, text) && std::strcmp(data_, text) < 0;
+    }
+    DT_EXPORT virtual bool operator>(const char* text) const {
+        return areTexts(data_, text) && std::strcmp(data_, text) > 0;
+    }
+    DT_EXPORT virtual bool operator==(const char* text) const {
+        return areTexts(data_, text) && std::strcmp(data_, text) == 0;
+    }
+    DT_EXPORT virtual bool operator!=(const char* text) const {
+        return areTexts(data_, text) && std::strcmp(data_, text) != 0;
+    }
+    DT_EXPORT virtual bool operator<=(const char* text) const {
+        return areTexts(data_, text) && std::strcmp(data_, text) <= 0;
+    }
+    DT_EXPORT virtual bool operator>=(const char* text) const {
+        return areTexts(data_, text) && std::strcmp(data_, text) >= 0;
+    }
 
     /// Equality without regard to case.
     virtual bool caseCompare(const char* text) const;
@@ -158,7 +172,7 @@ public:
     virtual std::string stdString() const;
 
     /// All three ways to the text give null when the string was cleared while on the heap.
-    virtual const char* string() const;
+    DT_EXPORT virtual const char* string() const { return data_; }
     virtual const char* c_str() const;
     virtual bool isEmpty() const;
 
@@ -199,6 +213,9 @@ protected:
     std::uint32_t capacity_;  ///< bytes at data_, terminator included; 0 when cleared
 
 private:
+    static bool areTexts(const char* one, const char* other) {
+        return one != nullptr && other != nullptr;
+    }
     static char* newBlock(std::size_t size);
     void adopt(char* block, std::size_t size);
     void construct(const char* text, std::size_t length);

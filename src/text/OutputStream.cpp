@@ -16,6 +16,43 @@ namespace {
 constexpr size_t theMaxKeptCapacity_bytes = 64 * 1024;
 constexpr size_t theUsualCapacity_bytes = 240;
 
+constexpr int theAttemptsBeforeSleep = 25;
+constexpr int thePausesPerAttempt = 8;
+
+void pauseBriefly() {
+#if defined(__x86_64__) || defined(__i386__)
+    __builtin_ia32_pause();
+#elif defined(__aarch64__)
+    asm volatile("yield");
+#endif
+}
+
+/// Holds the lock of a buffer. Mostly it is free again after a write() or two, sooner than a
+/// thread falls asleep and is woken; so this tries again for some microseconds before it sleeps.
+class BufferLock {
+public:
+    explicit BufferLock(DtMutex& mutex) : mutex_(mutex) {
+        if (!mutex_.tryLock())
+            wait();
+    }
+    BufferLock(const BufferLock&) = delete;
+    BufferLock& operator=(const BufferLock&) = delete;
+    ~BufferLock() { mutex_.unlock(); }
+
+private:
+    void wait() {
+        for (int attempt = 0; attempt < theAttemptsBeforeSleep; ++attempt) {
+            for (int pause = 0; pause < thePausesPerAttempt; ++pause)
+                pauseBriefly();
+            if (mutex_.tryLock())
+                return;
+        }
+        mutex_.lock();
+    }
+
+    DtMutex& mutex_;
+};
+
 }  // namespace
 
 // -------------------------------------------------------------------------------------------
@@ -39,7 +76,7 @@ DtOutputStreamBuffer::DtOutputStreamBuffer() {
 DtOutputStreamBuffer::~DtOutputStreamBuffer() = default;
 
 void DtOutputStreamBuffer::setOutputStream(DtOutputStream* stream) {
-    const DtScopedLock lock(mutex_, true);
+    const BufferLock lock(mutex_);
     __atomic_store_n(&stream_, stream, __ATOMIC_RELEASE);  // pairs with stream()
 }
 
@@ -54,7 +91,7 @@ DtOutputStreamBuffer::int_type DtOutputStreamBuffer::overflow(int_type c) {
 
 std::streamsize DtOutputStreamBuffer::xsputn(const char* text, std::streamsize size) {
     if (size > 0 && collects()) {
-        const DtScopedLock lock(mutex_, true);
+        const BufferLock lock(mutex_);
         collect(text, static_cast<size_t>(size));
     }
     return size;
@@ -67,7 +104,7 @@ int DtOutputStreamBuffer::sync() {
         return -1;
     if (!undelivered_.load(std::memory_order_relaxed))  // a thread sees its own characters
         return 0;
-    const DtScopedLock lock(mutex_, true);
+    const BufferLock lock(mutex_);
     if (!pending_.empty())
         deliver(false);
     return 0;
@@ -106,7 +143,7 @@ void DtOutputStreamBuffer::deliver(bool endOfLine) {
 }
 
 void DtOutputStreamBuffer::forget(DtOutputStream* stream) {
-    const DtScopedLock lock(mutex_, true);
+    const BufferLock lock(mutex_);
     if (stream_ == stream)
         setOutputStream(nullptr);
 }
@@ -148,7 +185,7 @@ DtOutputStream::~DtOutputStream() {
 void DtOutputStream::attachPrinter(DtPrinter* printer) {
     if (printer == nullptr)
         return;
-    const DtScopedLock lock(printersMutex_, true);
+    const BufferLock lock(buffer_->mutex_);
     if (std::find(printers_.begin(), printers_.end(), printer) == printers_.end())
         printers_.push_back(printer);
 }
@@ -158,7 +195,7 @@ void DtOutputStream::attachPrinter(DtPrinter* printer) {
 bool DtOutputStream::detachPrinter(DtPrinter* printer) {
     if (printer == nullptr)
         return false;
-    const DtScopedLock lock(printersMutex_, true);
+    const BufferLock lock(buffer_->mutex_);
     const auto found = std::find(printers_.begin(), printers_.end(), printer);
     if (found == printers_.end())
         return false;
@@ -168,20 +205,18 @@ bool DtOutputStream::detachPrinter(DtPrinter* printer) {
 }
 
 void DtOutputStream::detachAllPrinters() {
-    const DtScopedLock lock(printersMutex_, true);
+    const BufferLock lock(buffer_->mutex_);
     std::fill(printers_.begin(), printers_.end(), nullptr);
     dropDetachedPrinters();
 }
 
-/// The buffer's lock comes first although nothing is collected here: a printer that inserts
-/// into this stream takes it inside of the printers' lock, and every other thread takes the two
-/// in this order.
+/// One lock, the buffer's, stands for the text, the list and the running printers: with two, a
+/// printer that inserts into this stream and another thread that does could take them crosswise.
 void DtOutputStream::write(const std::string& text, bool endOfLine) {
     if (!okToPrint())
         return;
     const CancellationOff noCancellation;
-    const DtScopedLock bufferLock(buffer_->mutex_, true);
-    const DtScopedLock printersLock(printersMutex_, true);
+    const BufferLock lock(buffer_->mutex_);
     const size_t count = printers_.size();
     for (size_t i = 0; i < count; ++i)
         if (printers_[i] != nullptr && !isRunning(printers_[i]))
@@ -207,7 +242,7 @@ bool DtOutputStream::okToPrint() const {
 void DtOutputStream::operator()(const char* format, ...) {
     if (!okToPrint())
         return;
-    const DtScopedLock lock(buffer_->mutex_, true);
+    const BufferLock lock(buffer_->mutex_);
     buffer_->pubsync();
     if (format == nullptr)
         return;

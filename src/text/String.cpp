@@ -171,10 +171,6 @@ DtString::operator const char*() const {
     return data_;
 }
 
-const char* DtString::string() const {
-    return data_;
-}
-
 const char* DtString::c_str() const {
     return data_;
 }
@@ -208,30 +204,6 @@ bool DtString::isEmpty() const {
 }
 
 // ------------------------------------------------------------------------------- comparison
-
-bool DtString::operator<(const char* text) const {
-    return data_ != nullptr && text != nullptr && std::strcmp(data_, text) < 0;
-}
-
-bool DtString::operator>(const char* text) const {
-    return data_ != nullptr && text != nullptr && std::strcmp(data_, text) > 0;
-}
-
-bool DtString::operator==(const char* text) const {
-    return data_ != nullptr && text != nullptr && std::strcmp(data_, text) == 0;
-}
-
-bool DtString::operator!=(const char* text) const {
-    return data_ != nullptr && text != nullptr && std::strcmp(data_, text) != 0;
-}
-
-bool DtString::operator<=(const char* text) const {
-    return data_ != nullptr && text != nullptr && std::strcmp(data_, text) <= 0;
-}
-
-bool DtString::operator>=(const char* text) const {
-    return data_ != nullptr && text != nullptr && std::strcmp(data_, text) >= 0;
-}
 
 bool DtString::caseCompare(const char* text) const {
     return data_ != nullptr && text != nullptr && strcasecmp(data_, text) == 0;

@@ -2,8 +2,12 @@
 
 namespace OrynRti {
 
-const char* DtLibraryVersion() { return DT_VERSION_STRING; }
+const char* DtLibraryVersion() {
+    return DT_VERSION_STRING;
+}
 
-int DtLibraryVersionNumber() { return DT_VERSION; }
+int DtLibraryVersionNumber() {
+    return DT_VERSION;
+}
 
 }  // namespace OrynRti

@@ -17,30 +17,23 @@ std::string printed(const DtException& exception) {
     return out.str();
 }
 
-DtException chainOfThree() {
-    const DtException oldest("oldest", nullptr);
-    const DtException middle("middle", "g", "y.cpp", 4294967295u, &oldest);
-    return DtException("newest", "f", "x.cpp", 7, &middle);
-}
-
-constexpr const char* theChainText =
-    "newest (f [x.cpp:7] )\nmiddle (g [y.cpp:4294967295] )\noldest ()\n";
-
 TEST(ExceptionsTest, ChainOutlivesTheExceptionsItWasMadeFromAndBeingAssignedItsOwnLinks) {
+    const std::string oldLines = "middle (g [y.cpp:4294967295] )\noldest ()\n";
     DtException assigned("short", nullptr);
     {
-        const DtException original = chainOfThree();
-        assigned = original;
+        const DtException oldest("oldest", nullptr);
+        const DtException middle("middle", "g", "y.cpp", 4294967295u, &oldest);
+        const DtException newest("newest", "f", "x.cpp", 7, &middle);
+        assigned = newest;
     }
     const DtException copy(assigned);
-    const DtException& same = assigned;
-    assigned = same;
-    EXPECT_EQ(printed(assigned), theChainText);
+    assigned = *&assigned;
+    EXPECT_EQ(printed(assigned), "newest (f [x.cpp:7] )\n" + oldLines);
     assigned = *assigned.lastException();
-    EXPECT_EQ(printed(assigned), "middle (g [y.cpp:4294967295] )\noldest ()\n");
+    EXPECT_EQ(printed(assigned), oldLines);
     assigned = *assigned.initialException();
     EXPECT_EQ(printed(assigned), "oldest ()\n");
-    EXPECT_EQ(printed(copy), theChainText);
+    EXPECT_EQ(printed(copy), "newest (f [x.cpp:7] )\n" + oldLines);
 }
 
 TEST(ExceptionsTest, ReportsAMissingPlaceAndKeepsTheMessage) {

@@ -1,13 +1,12 @@
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <gtest/gtest.h>
-#include <iterator>
 #include <limits>
 #include <sys/resource.h>
 
 #include "Print.h"
+#include "support/Files.h"
 
 namespace OrynRti::Tests {
 
@@ -21,24 +20,15 @@ struct ClockedFilePrinter : DtFilePrinter {
     time_t currentTime() override { return now; }
 };
 
-/// Runs in a directory of its own.
+/// Runs in a folder of its own.
 struct FilePrinterTest : testing::Test {
     FilePrinterTest() {
         setenv("TZ", "UTC0", 1);
-        fs::current_path(mkdtemp(directory_.data()));
+        fs::current_path(folder_.path());
     }
-    ~FilePrinterTest() override {
-        fs::current_path("/");
-        fs::remove_all(directory_);
-    }
+    ~FilePrinterTest() override { fs::current_path("/"); }
 
-    /// What the file holds at this moment.
-    static std::string content(const char* name) {
-        std::ifstream file(name);
-        return {std::istreambuf_iterator<char>(file), {}};
-    }
-
-    std::string directory_ = testing::TempDir() + "fileprinter.XXXXXX";
+    const TemporaryFolder folder_;
     ClockedFilePrinter clocked_;
 };
 
@@ -47,11 +37,11 @@ TEST_F(FilePrinterTest, DropsTextWithoutAFileEmptiesAFileAndWritesEveryPieceAtOn
     DtFilePrinter printer("no/such/directory");
     printer.write("dropped", 1, true);
     EXPECT_FALSE(printer.isOpen());
-    std::ofstream("run.log") << "earlier run";
+    writeFile("run.log", "earlier run");
     printer.resetFile("run.log");
     printer.resetFile(nullptr);
     printer.write("kept", 1, true);
-    EXPECT_EQ(content("run.log"), "kept");
+    EXPECT_EQ(readFile("run.log"), "kept");
 }
 
 TEST_F(FilePrinterTest, StampsThePieceThatEndsTheLine) {
@@ -61,7 +51,7 @@ TEST_F(FilePrinterTest, StampsThePieceThatEndsTheLine) {
     clocked_.write("\n", 2, true);
     clocked_.now = std::numeric_limits<time_t>::max();  // beyond the calendar
     clocked_.write("late\n", 2, true);
-    EXPECT_EQ(content("run.log"), "count [Wed Jun 30 21:49:08 1993] \n[] late\n");
+    EXPECT_EQ(readFile("run.log"), "count [Wed Jun 30 21:49:08 1993] \n[] late\n");
 }
 
 TEST_F(FilePrinterTest, RollsWhenMoreThanTheIntervalHasPassed) {
@@ -71,12 +61,12 @@ TEST_F(FilePrinterTest, RollsWhenMoreThanTheIntervalHasPassed) {
         clocked_.now += passed_s;
         clocked_.write(std::to_string(passed_s) + " ", 2, false);
     }
-    EXPECT_EQ(content("run_1.log"), "0 10 ");
-    EXPECT_EQ(content("run_2.log"), "1 ");
+    EXPECT_EQ(readFile("run_1.log"), "0 10 ");
+    EXPECT_EQ(readFile("run_2.log"), "1 ");
     clocked_.setLogRollingInterval(0);
     clocked_.now += 1000;
     clocked_.write("never", 2, false);
-    EXPECT_EQ(content("run.log"), "11 never");
+    EXPECT_EQ(readFile("run.log"), "11 never");
 }
 
 TEST_F(FilePrinterTest, RolledNameCountsFromOneBeforeTheLastDot) {
@@ -87,7 +77,7 @@ TEST_F(FilePrinterTest, RolledNameCountsFromOneBeforeTheLastDot) {
         clocked_.resetFile(name);
         clocked_.now += 2;
         clocked_.write("new", 2, false);
-        EXPECT_EQ(content(name), "new");
+        EXPECT_EQ(readFile(name), "new");
         EXPECT_TRUE(fs::exists(rolled));
     }
 }
@@ -101,7 +91,7 @@ TEST_F(FilePrinterTest, KeepsTheTextAndStaysClosedWhenTheRenameFails) {
         clocked_.now += 2;
     }
     EXPECT_FALSE(clocked_.isOpen());
-    EXPECT_EQ(content("run.log"), "kept");
+    EXPECT_EQ(readFile("run.log"), "kept");
 }
 
 TEST_F(FilePrinterTest, WritesAgainWhenAFullDiskHasRoom) {
@@ -117,7 +107,7 @@ TEST_F(FilePrinterTest, WritesAgainWhenAFullDiskHasRoom) {
         printer.write("dropped\n", 1, true);
     ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &earlier), 0);
     printer.write("later\n", 1, true);
-    EXPECT_EQ(content("run.log"), "0123456789later\n");
+    EXPECT_EQ(readFile("run.log"), "0123456789later\n");
 }
 
 }  // namespace

@@ -20,22 +20,24 @@ namespace {
 
 using testing::ElementsAre;
 
-/// Records, and does what the test asks for while it is inside `write`.
-struct ActingPrinter : RecordingPrinter {
-    explicit ActingPrinter(std::function<void(const std::string& text)> actor)
-        : action(std::move(actor)) {}
-    void write(const std::string& text, int level, bool endOfLine) override {
-        RecordingPrinter::write(text, level, endOfLine);
-        action(text);
-    }
-    const std::function<void(const std::string& text)> action;
-};
-
 /// A stream of the test's own, with its own level.
 struct OwnStream {
     int level = 0;
     DtOutputStreamBuffer buffer;
     DtOutputStream stream{&buffer, level, 0, nullptr};
+};
+
+/// Attached, records what it gets and does what the test asks for while it is inside `write`.
+struct ActingPrinter : RecordingPrinter {
+    ActingPrinter(OwnStream& own, std::function<void(const std::string& text)> actor)
+        : action(std::move(actor)) {
+        own.stream.attachPrinter(this);
+    }
+    void write(const std::string& text, int level, bool endOfLine) override {
+        RecordingPrinter::write(text, level, endOfLine);
+        action(text);
+    }
+    const std::function<void(const std::string& text)> action;
 };
 
 /// What the streams deliver before `main`, while static objects are built.
@@ -110,11 +112,10 @@ TEST(PrintTest, PrintsTheSeveritiesUpToTheNotifyLevel) {
 
 TEST(PrintTest, CallsEachPrinterOnceInTheOrderOfAttachmentThoughOneThrows) {
     OwnStream own;
-    ActingPrinter first([](const std::string&) { throw std::runtime_error("no paper"); });
+    ActingPrinter first(own, [](const std::string&) { throw std::runtime_error("no paper"); });
     std::string precedingTexts;
-    ActingPrinter second([&](const std::string&) { precedingTexts += first.text() + ";"; });
-    for (ActingPrinter* printer : {&first, &second, &first})
-        own.stream.attachPrinter(printer);
+    ActingPrinter second(own, [&](const std::string&) { precedingTexts += first.text() + ";"; });
+    own.stream.attachPrinter(&first);
     own.stream << "a\nb";
     EXPECT_TRUE(own.stream.detachPrinter(&second));
     EXPECT_FALSE(own.stream.detachPrinter(&second));
@@ -129,14 +130,13 @@ TEST(PrintTest, CallsEachPrinterOnceInTheOrderOfAttachmentThoughOneThrows) {
 TEST(PrintTest, PrinterMayAttachAndDetachWhileItRuns) {
     OwnStream own;
     RecordingPrinter next, late;
-    ActingPrinter changing([&](const std::string& text) {
+    ActingPrinter changing(own, [&](const std::string& text) {
         own.stream.detachPrinter(&next);
         own.stream.attachPrinter(&late);
         own.stream << "inner ";
         if (text == "2 ")
             own.stream.detachAllPrinters();
     });
-    own.stream.attachPrinter(&changing);
     own.stream.attachPrinter(&next);
     for (const char* text : {"1 ", "2 ", "3 "})
         own.stream << text;
@@ -187,7 +187,7 @@ TEST(PrintTest, PrinterMayUseItsOwnStreamWhileAnotherThreadInserts) {
         OwnStream own;
         Meeting meeting;
         bool first = true;
-        ActingPrinter speaking([&](const std::string&) {
+        ActingPrinter speaking(own, [&](const std::string&) {
             if (!std::exchange(first, false))
                 return;
             meeting.stay();
@@ -195,7 +195,6 @@ TEST(PrintTest, PrinterMayUseItsOwnStreamWhileAnotherThreadInserts) {
                 innerUse(own.stream);
         });
         RecordingPrinter other;
-        own.stream.attachPrinter(&speaking);
         own.stream.attachPrinter(&other);
         std::thread inserting([&] {
             meeting.meet();
@@ -207,15 +206,26 @@ TEST(PrintTest, PrinterMayUseItsOwnStreamWhileAnotherThreadInserts) {
     }
 }
 
+TEST(PrintTest, DisabledStreamNeitherWaitsForAPrinterNorKeepsTheText) {
+    OwnStream own;
+    ActingPrinter disabling(own, [&](const std::string&) {
+        own.level = -1;
+        std::thread([&] { own.stream << "dropped" << 1 << std::endl; }).join();
+        own.level = 0;
+    });
+    own.stream.write("x", false);
+    own.stream << std::flush;
+    EXPECT_EQ(disabling.text(), "x");
+}
+
 TEST(PrintTest, DetachWaitsForAWriteOnAnotherThread) {
     OwnStream own;
     Meeting meeting;
     std::atomic<bool> left{false};
-    ActingPrinter slow([&](const std::string&) {
+    ActingPrinter slow(own, [&](const std::string&) {
         meeting.stay();
         left = true;
     });
-    own.stream.attachPrinter(&slow);
     std::thread writer([&] { own.stream << "x"; });
     meeting.meet();
     EXPECT_TRUE(own.stream.detachPrinter(&slow));
@@ -225,8 +235,7 @@ TEST(PrintTest, DetachWaitsForAWriteOnAnotherThread) {
 
 TEST(PrintTest, ThreadCancelledWhilePrintingEndsAfterwards) {
     OwnStream own;
-    ActingPrinter testing([](const std::string&) { pthread_testcancel(); });
-    own.stream.attachPrinter(&testing);
+    ActingPrinter testing(own, [](const std::string&) { pthread_testcancel(); });
     bool survived = false;
     std::thread([&] {
         pthread_cancel(pthread_self());

@@ -20,6 +20,7 @@ using testing::ElementsAre;
 constexpr const char* theNull = nullptr;
 
 struct Storage : DtString {
+    using DtString::operator=;
     static std::size_t capacity(const DtString& string) { return string.*(&Storage::capacity_); }
     static bool isInline(const DtString& string) {
         return string.*(&Storage::data_) == string.*(&Storage::inlineBuffer_);
