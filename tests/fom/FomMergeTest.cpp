@@ -42,6 +42,26 @@ TEST(FomMergeTest, UnitesTablesAndSharesTheRows) {
     EXPECT_STREQ(merge.error, "before|");
 }
 
+TEST(FomMergeTest, FindsThePlaceOfEachRowInTablesOfAnyShape) {
+    const auto numbered = [](int first, int count, int step) {
+        Rates table;
+        for (int i = 0; i < count; ++i)
+            table.insert(std::make_shared<DtUpdateRateType>(
+                updateRate(std::to_string(1000 + first + i * step).c_str(), 1)));
+        return table;
+    };
+    const Rates tables[] = {numbered(0, 100, 1),  numbered(0, 50, 2), numbered(5, 7, 13),
+                            numbered(99, 20, 10), numbered(60, 1, 1), {}};
+    for (const Rates& held : tables)
+        for (const Rates& incoming : tables) {
+            RateMerge merge{held};
+            EXPECT_EQ(merge.run(incoming), DtMergeFomSuccess);
+            Rates expected = held;
+            expected.insert(incoming.begin(), incoming.end());
+            EXPECT_EQ(merge.held, expected);
+        }
+}
+
 TEST(FomMergeTest, AStrictConflictRefusesTheWholeTable) {
     const Rates held = ratesOf({updateRate("B", 1)});
     const Rates incoming = ratesOf({updateRate("A", 1), updateRate("B", 2)});
