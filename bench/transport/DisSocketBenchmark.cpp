@@ -16,7 +16,6 @@ namespace {
 
 constexpr int thePdu_bytes = 144;
 constexpr int theHeader_bytes = 12;
-constexpr int theBundle_pdus = 9;
 constexpr int theBurst_pdus = 90;
 
 /// PDUs of one size one behind the other, as they stand in a datagram.
