@@ -156,11 +156,10 @@ TEST_F(Kill, ClientsAndServersLeaveNothingAndHarmNobody) {
 /// Before its parent has learned of its end, and after.
 TEST_F(Kill, AClientThatItsParentForgetsIsRemovedWhenTheParentRemembers) {
     Child client([&] { return receiveForEver(server); });
-    while (poolsOf(server.key()).size() < 2)
-        serve(1);
+    const std::string process = "(process " + std::to_string(client.pid()) + ")";
+    server.program().awaitLine(process + " added");
     ::kill(client.pid(), SIGKILL);
-    server.program().awaitLine("(process " + std::to_string(client.pid()) +
-                               ") ended without a word");
+    server.program().awaitLine(process + " ended without a word");
     EXPECT_THAT(poolsOf(server.key()), testing::SizeIs(2));
     client.wait();
     while (poolsOf(server.key()).size() > 1)
