@@ -49,7 +49,8 @@ private:
 ///
 /// Threads:   `_push` and `_write_available` from the one, `_pop` and `_read_available` from the
 ///            other; `_empty` and `_size` from both
-/// Cost:      eight bytes per entry, taken at construction
+/// Cost:      eight bytes per entry, taken at construction. Both threads read the object itself:
+///            keep what either of them changes often off its cache line
 class DT_EXPORT DtLockfreeQueueImpl {
 public:
     /// Throws std::bad_alloc when there is no memory for that many entries.

@@ -1,9 +1,9 @@
 // The lock-free queues beside those of Boost, which are their measure: an entry pushed and popped
 // by one thread, and a flow of entries from one thread to another.
-#include <atomic>
 #include <benchmark/benchmark.h>
 #include <boost/lockfree/queue.hpp>
 #include <boost/lockfree/spsc_queue.hpp>
+#include <memory>
 #include <thread>
 
 #include "LockfreeQueue.h"
@@ -14,6 +14,7 @@ using namespace OrynRti;
 namespace {
 
 constexpr unsigned int theCapacity = 1024;
+constexpr int theBurst = 100;
 
 /// The operations of a queue of Boost under the names of ours.
 template <class Queue>
@@ -32,29 +33,45 @@ struct BareMpmc : BareQueue<boost::lockfree::queue<void*>> {
     bool _push(void* data) { return queue.bounded_push(data); }
 };
 
-/// Through a pointer, as threads come to the queue that they share.
+/// On cache lines of its own, where no other variable of a thread disturbs the other.
+template <class Queue>
+struct alignas(128) Shared {
+    Queue queue{theCapacity};
+};
+
+/// One thread on both ends.
 template <class Queue>
 void pushAndPop(benchmark::State& state) {
-    Queue own(theCapacity);
-    Queue* volatile shared = &own;
-    Queue* const queue = shared;
-    void* data = &own;
+    const auto shared = std::make_unique<Shared<Queue>>();
+    Queue& queue = shared->queue;
+    void* data = &queue;
     for (auto _ : state) {
-        benchmark::DoNotOptimize(queue->_push(data));
-        benchmark::DoNotOptimize(queue->_pop(data));
+        for (int i = 0; i < theBurst; ++i)
+            benchmark::DoNotOptimize(queue._push(data));
+        for (int i = 0; i < theBurst; ++i)
+            benchmark::DoNotOptimize(queue._pop(data));
     }
+    state.SetItemsProcessed(state.iterations() * theBurst);
 }
 BENCHMARK(pushAndPop<DtLockfreeQueueImpl>)->Name("SpscPushPop/Ours");
 BENCHMARK(pushAndPop<BareSpsc>)->Name("SpscPushPop/Limit");
 BENCHMARK(pushAndPop<DtLockfreeMpmcQueueImpl>)->Name("MpmcPushPop/Ours");
 BENCHMARK(pushAndPop<BareMpmc>)->Name("MpmcPushPop/Limit");
 
-/// The other end of a flow: pops until the last entry, which is null.
+/// What either end of a flow has to do for an entry: some ten nanoseconds.
+void work() {
+    for (int i = 0; i < 30; ++i)
+        benchmark::ClobberMemory();
+}
+
+/// Until the last entry, which is null.
 template <class Queue>
 void popAll(Queue& queue) {
     const bench::PinnedTo there(1);
     for (void* data = &queue; data != nullptr;)
-        if (!queue._pop(data))
+        if (queue._pop(data))
+            work();
+        else
             std::this_thread::yield();
 }
 
@@ -67,10 +84,13 @@ void pushWhenThereIsRoom(Queue& queue, void* data) {
 template <class Queue>
 void flow(benchmark::State& state) {
     const bench::PinnedTo here(0);
-    Queue queue(theCapacity);
+    const auto shared = std::make_unique<Shared<Queue>>();
+    Queue& queue = shared->queue;
     std::thread consumer([&] { popAll(queue); });
-    for (auto _ : state)
+    for (auto _ : state) {
+        work();
         pushWhenThereIsRoom(queue, &queue);
+    }
     pushWhenThereIsRoom(queue, nullptr);
     consumer.join();
     state.SetItemsProcessed(state.iterations());

@@ -208,8 +208,9 @@ BENCHMARK(pingPong<Limit>)->Name("UdpPingPong/Limit")->UseRealTime();
 BENCHMARK(pingPong<Asio>)->Name("UdpPingPong/Asio")->UseRealTime();
 
 // -------------------------------------------------------------------------------------------
-// A thread that receives: processor time of all threads but this one, which sends bursts from
-// another CPU and waits until each has come.
+// A thread that receives: processor time of all threads but this one, which sends bursts and waits
+// until each has come. On one CPU with the sender the thread finds each burst waiting; on another
+// it takes datagrams as they come, one or a few at a time, and sleeps in between.
 
 double othersTime_s() {
     return bench::processorTime_s(CLOCK_PROCESS_CPUTIME_ID) -
@@ -236,7 +237,7 @@ void timeOthers(benchmark::State& state, const std::atomic<long>& received, unsi
         static_cast<double>(allocations.count()) / static_cast<double>(sent);
 }
 
-void asioAsyncReceive(benchmark::State& state) {
+void asioAsyncReceive(benchmark::State& state, std::size_t cpu) {
     using boost::asio::ip::udp;
     boost::asio::io_context context;
     udp::socket receiver(context, udp::endpoint(boost::asio::ip::address_v4::loopback(), 0));
@@ -252,17 +253,18 @@ void asioAsyncReceive(benchmark::State& state) {
     };
     arm();
     std::thread thread([&] {
-        const bench::PinnedTo there(1);
+        const bench::PinnedTo there(cpu);
         context.run();
     });
     timeOthers(state, received, receiver.local_endpoint().port());
     context.stop();
     thread.join();
 }
-BENCHMARK(asioAsyncReceive)->Name("UdpAsyncReceive/Asio")->UseManualTime();
+BENCHMARK_CAPTURE(asioAsyncReceive, bursts, 0)->Name("UdpAsyncReceive/Asio")->UseManualTime();
+BENCHMARK_CAPTURE(asioAsyncReceive, flow, 1)->Name("UdpAsyncReceiveFlow/Asio")->UseManualTime();
 
-void ourAsyncReceive(benchmark::State& state) {
-    auto there = std::make_unique<bench::PinnedTo>(1);
+void ourAsyncReceive(benchmark::State& state, std::size_t cpu) {
+    auto there = std::make_unique<bench::PinnedTo>(cpu);
     DtInetUdpSocket receiver(bench::anyLoopbackPort(), 0, nullptr,
                              theDtInetSockDefaultOptions | DtInetSockAsyncReceive, true);
     std::atomic<long> received{0};
@@ -277,6 +279,7 @@ void ourAsyncReceive(benchmark::State& state) {
     receiver.closeSocket();
     consumer.join();
 }
-BENCHMARK(ourAsyncReceive)->Name("UdpAsyncReceive/Ours")->UseManualTime();
+BENCHMARK_CAPTURE(ourAsyncReceive, bursts, 0)->Name("UdpAsyncReceive/Ours")->UseManualTime();
+BENCHMARK_CAPTURE(ourAsyncReceive, flow, 1)->Name("UdpAsyncReceiveFlow/Ours")->UseManualTime();
 
 }  // namespace

@@ -69,7 +69,9 @@ class Report:
         that reports them."""
         for benchmark in self.suite.benchmarks(self.groups):
             results = self.store.get(benchmark)
-            for (case, who, arg), series in (results.series.items() if results else ()):
+            found = results.series.items() if results else ()
+            for (case, who, arg), series in sorted(
+                    found, key=lambda item: (item[0][0], item[0][2], item[0][1] != "Ours")):
                 if series.has("p50_ns"):
                     yield (self._title_of(benchmark, case, arg), who,
                            [median(series.values(name).values())

@@ -27,6 +27,8 @@ def time(ns):
 def kind_of(measure):
     if measure in ("real_time", "cpu_time") or measure.endswith("_ns"):
         return "ns"
+    if measure.startswith("ns_per_"):
+        return "ns"
     if measure == "bytes_per_second":
         return "bytes/s"
     if measure.endswith("_per_second"):

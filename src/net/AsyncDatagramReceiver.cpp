@@ -1,5 +1,6 @@
 #include "net/AsyncDatagramReceiver.h"
 
+#include <algorithm>
 #include <array>
 #include <boost/asio/error.hpp>
 #include <cerrno>
@@ -51,11 +52,12 @@ struct AsyncDatagramReceiver::Batch {
     std::array<iovec, theBatchSize> parts;
     std::array<sockaddr_storage, theBatchSize> senders;
     std::array<ReportBuffer, theBatchSize> reports;
+    std::size_t used = theBatchSize;  ///< Messages that are not ready to receive.
 
     const char* bytes(std::size_t i) const { return buffers.get() + i * bufferSize; }
 
     void prepare() {
-        for (std::size_t i = 0; i < theBatchSize; ++i) {
+        for (std::size_t i = 0; i < used; ++i) {
             parts[i] = {buffers.get() + i * bufferSize, bufferSize};
             msghdr& message = messages[i].msg_hdr;
             message = {};
@@ -66,6 +68,7 @@ struct AsyncDatagramReceiver::Batch {
             message.msg_control = reports[i].bytes;
             message.msg_controllen = sizeof reports[i].bytes;
         }
+        used = 0;
     }
 };
 
@@ -149,10 +152,12 @@ void AsyncDatagramReceiver::receiveDatagrams() {
 
 int AsyncDatagramReceiver::receiveBatch() {
     batch_->prepare();
-    return repeatedCall([this] {
+    const int count = repeatedCall([this] {
         return recvmmsg(descriptor_.native_handle(), batch_->messages.data(), theBatchSize,
                         MSG_DONTWAIT, nullptr);
     });
+    batch_->used = static_cast<std::size_t>(std::max(count, 0));
+    return count;
 }
 
 void AsyncDatagramReceiver::queueBatch(int count) {

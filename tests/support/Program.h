@@ -5,6 +5,7 @@
 #include <fcntl.h>
 #include <stdexcept>
 #include <string>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <vector>
@@ -87,6 +88,7 @@ private:
             throw std::runtime_error("no pipe");
         process_ = ::fork();
         if (process_ == 0) {
+            ::prctl(PR_SET_PDEATHSIG, SIGKILL);  // a test that crashes leaves nothing behind
             ::dup2(::open(outPath.c_str(), O_WRONLY | O_CREAT, 0600), STDOUT_FILENO);
             ::dup2(ends[1], STDERR_FILENO);
             ::execv(arguments[0], arguments.data());
