@@ -4,6 +4,9 @@
 #include "Exceptions.h"
 #include "Export.h"
 
+/// @file
+/// Assertions, and what happens when one fails.
+
 namespace OrynRti {
 
 /// What happens when a DT_ASSERT fails: at first a warning and a thrown exception; a program
@@ -15,14 +18,17 @@ namespace OrynRti {
 /// Threads:   choose at the start, before other threads run
 class DT_EXPORT DtAssert {
 public:
+    /// Given the place, file without its path, and the text of the condition that does not hold.
     using AssertFunction = void (*)(const char* file, const char* function, int line,
                                     const char* expression);
 
     /// Called by a failed assertion; null for none.
     static AssertFunction theAssertFunction;
 
+    /// The same as theAssertFunction. @{
     static AssertFunction getAssertFunction();
     static void setAssertFunction(AssertFunction function);
+    /// @}
 
     /// Failed assertions do nothing.
     static void ignore();

@@ -6,6 +6,9 @@
 #include "Export.h"
 #include "String.h"
 
+/// @file
+/// Exceptions, and the macro that throws them.
+
 namespace OrynRti {
 
 /// What the library throws: a message, the place it was thrown at, and the earlier exceptions
@@ -31,6 +34,7 @@ public:
     DtException(const char* message, const char* function, const char* file, unsigned int line,
                 const DtException* previous);
 
+    /// Copies the whole chain.
     DtException(const DtException& other);
 
     /// `other` may be part of this exception's own chain.
@@ -46,9 +50,9 @@ public:
     /// The oldest exception of the chain, this one when there is none before it.
     virtual const DtException* initialException() const;
 
-    virtual const char* message() const;
-    virtual DtString what() const;
-    virtual DtString where() const;
+    virtual const char* message() const;  ///< Empty when none was given.
+    virtual DtString what() const;        ///< The same.
+    virtual DtString where() const;       ///< "function [file:line] ", or empty.
 
 private:
     // The order of the members is fixed.
@@ -60,6 +64,7 @@ private:
 /// Writes "message (place)" for the exception and each earlier one, one line each.
 DT_EXPORT std::ostream& operator<<(std::ostream& out, const DtException& exception);
 
+/// The kinds of failure that have an exception type of their own. @{
 constexpr int DtInvalidInputNumber = -1;
 constexpr int DtUnknownExceptionNumber = -2;
 constexpr int DtCorruptedStateNumber = -3;
@@ -67,12 +72,14 @@ constexpr int DtThreadAlreadyRunningNumber = 1001;
 constexpr int DtThreadNotStartedNumber = 1002;
 constexpr int DtThreadCreationErrorNumber = 1003;
 constexpr int DtThreadWouldDeadlockNumber = 1004;
+/// @}
 
 /// A kind of failure with a type of its own to catch, told apart by one of the numbers above.
 /// Messages begin with the name of the kind, as in "DtInvalidInput: ".
 template <int N>
 class DT_EXPORT DtTemplatedException : public DtException {
 public:
+    /// As DtException.
     DtTemplatedException(const char* message, const char* function, const char* file,
                          unsigned int line, const DtException* previous)
         : DtException(message, function, file, line, previous) {}

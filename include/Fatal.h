@@ -3,14 +3,15 @@
 
 #include "Export.h"
 
-namespace OrynRti {
-
+/// @file
 /// The ways to end the process with a message, and to warn of a failed system call. Formats are
 /// those of printf; text beyond 8191 characters is cut off, and arguments that cannot be
 /// formatted give an empty message.
 ///
 ///     if (bind(handle, address, size) != 0)
 ///         DtFatalNetPerror("bind to port %d", port);   // **FATAL ERROR**: bind to port 3000: ...
+
+namespace OrynRti {
 
 /// Writes FATAL_HDR, the message and an end of line to DtFatal, unless `format` is null or the
 /// notify level is below 0; then, in every case, calls DtAbort().
@@ -33,9 +34,10 @@ DT_EXPORT void DtWarnNetPerror(const char* format, ...) DT_PRINTF(1, 2);
 extern DT_EXPORT void (*DtTheAbortFunc)();
 
 /// Replaces the abort function. One that returns lets the fatal functions return to their
-/// callers.
+/// callers. @{
 DT_EXPORT void DtSetAbortFunc(void (*function)());
 DT_EXPORT void (*DtGetAbortFunc())();
+/// @}
 
 /// Calls the abort function; without one, ends the process by `exit(-1)`, exit status 255.
 DT_EXPORT void DtAbort();

@@ -27,9 +27,10 @@ public:
     /// Equal hashes and equal text forms. Keys of two classes can be equal: the integer 5 and
     /// the pointer 5 are. Pointers that differ only above their low 32 bits are equal here,
     /// though not in equalTo. Two wide strings compare their values, since different ones can
-    /// have one text form.
+    /// have one text form. @{
     virtual bool operator==(const DtBaseHashKey& other) const;
     virtual bool operator!=(const DtBaseHashKey& other) const;
+    /// @}
 
     /// Computed on the first call, and kept. (Defined here, as value() of texts is, for tables,
     /// which ask for it most; exported all the same.)
@@ -46,7 +47,7 @@ public:
     /// A copy on the heap, owned by the caller. Never null.
     virtual DtBaseHashKey* clone() const = 0;
 
-    virtual DtString stringRep() const = 0;
+    virtual DtString stringRep() const = 0;  ///< The text form: compared by ==, and for display.
 
     /// What tables find their entries by; a key must be equal to itself. Here the same as ==.
     virtual bool equalTo(const DtBaseHashKey& other) const;
@@ -57,8 +58,8 @@ public:
 
 protected:
     DtBaseHashKey() = default;
-    DtBaseHashKey(const DtBaseHashKey&) = default;
-    DtBaseHashKey& operator=(const DtBaseHashKey&) = default;
+    DtBaseHashKey(const DtBaseHashKey&) = default;             ///< Takes a known hash along.
+    DtBaseHashKey& operator=(const DtBaseHashKey&) = default;  ///< The same.
 
 private:
     void keepHash() const;
@@ -71,7 +72,7 @@ private:
 /// An integer, which is its own hash; the text form is its decimal digits.
 class DT_EXPORT DtIntHashKey : public DtBaseHashKey {
 public:
-    explicit DtIntHashKey(unsigned int value = 0) : value_(value) {}
+    explicit DtIntHashKey(unsigned int value = 0) : value_(value) {}  ///< Key of that value.
     ~DtIntHashKey() override;
 
     int hashKeyType() const override;
@@ -81,7 +82,7 @@ public:
     /// Two integer keys compare their values.
     bool equalTo(const DtBaseHashKey& other) const override;
     unsigned int computeHashValue() override;
-    virtual unsigned int value() const;
+    virtual unsigned int value() const;  ///< As given.
 
 private:
     unsigned int value_;
@@ -90,7 +91,7 @@ private:
 /// A pointer. Hash and text form come from its low 32 bits.
 class DT_EXPORT DtPtrHashKey : public DtBaseHashKey {
 public:
-    explicit DtPtrHashKey(void* value = nullptr) : value_(value) {}
+    explicit DtPtrHashKey(void* value = nullptr) : value_(value) {}  ///< Never looks behind it.
     ~DtPtrHashKey() override;
 
     int hashKeyType() const override;
@@ -100,7 +101,7 @@ public:
     /// Two keys of exactly the same class compare the whole pointers.
     bool equalTo(const DtBaseHashKey& other) const override;
     unsigned int computeHashValue() override;
-    virtual void* value() const;
+    virtual void* value() const;  ///< As given.
 
 private:
     void* value_;
@@ -111,7 +112,7 @@ private:
 class DT_EXPORT DtStringHashKey : public DtBaseHashKey {
 public:
     DtStringHashKey() = default;
-    explicit DtStringHashKey(const DtString& value) : value_(value) {}
+    explicit DtStringHashKey(const DtString& value) : value_(value) {}  ///< Copies the text.
     ~DtStringHashKey() override;
 
     int hashKeyType() const override;
@@ -119,7 +120,7 @@ public:
     DtString stringRep() const override;
     bool equalTo(const DtBaseHashKey& other) const override;
     unsigned int computeHashValue() override;
-    DT_EXPORT virtual const DtString& value() const { return value_; }
+    DT_EXPORT virtual const DtString& value() const { return value_; }  ///< The text held.
 
     /// Keeps a hash that has been computed already: set the value of a key before its first use.
     virtual void setValue(const DtString& value);
@@ -133,14 +134,14 @@ private:
 class DT_EXPORT DtWStringHashKey : public DtBaseHashKey {
 public:
     DtWStringHashKey() = default;
-    explicit DtWStringHashKey(const std::wstring& value) : value_(value) {}
+    explicit DtWStringHashKey(const std::wstring& value) : value_(value) {}  ///< Copies the text.
     ~DtWStringHashKey() override;
 
     int hashKeyType() const override;
     DtWStringHashKey* clone() const override;
     DtString stringRep() const override;
     unsigned int computeHashValue() override;
-    virtual const std::wstring& value() const;
+    virtual const std::wstring& value() const;  ///< The text held.
 
     /// Keeps a hash that has been computed already: set the value of a key before its first use.
     virtual void setValue(const std::wstring& value);

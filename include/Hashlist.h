@@ -12,17 +12,19 @@ namespace OrynRti {
 /// One entry of a DtHashlist: its key, and where the table's lists hold its data and its key.
 class DT_EXPORT DtHashItem {
 public:
+    /// Owns the key, which may not be null; borrows its place in the data list.
     DtHashItem(std::unique_ptr<DtBaseHashKey> key, DtListItem* listItem);
 
-    DtBaseHashKey* hashKey() const { return key_.get(); }
-    DtListItem* listItem() const { return listItem_; }
-    DtListItem* keyItem() const { return keyItem_; }
-    void setKeyItem(DtListItem* keyItem) { keyItem_ = keyItem; }
+    DtBaseHashKey* hashKey() const { return key_.get(); }         ///< The table's own clone.
+    DtListItem* listItem() const { return listItem_; }            ///< In DtHashlist::list().
+    DtListItem* keyItem() const { return keyItem_; }              ///< In DtHashlist::keys().
+    void setKeyItem(DtListItem* keyItem) { keyItem_ = keyItem; }  ///< For the table alone.
 
     /// Whether the key is a DtStringHashKey and of no class derived from it, which may compare
-    /// otherwise; and then its hash. A lookup need not touch keys that these rule out.
+    /// otherwise; and then its hash. A lookup need not touch keys that these rule out. @{
     bool isText() const { return isText_; }
     unsigned int textHash() const { return textHash_; }
+    /// @}
 
 private:
     // The order of the members is fixed.
@@ -65,8 +67,8 @@ public:
     /// Appends its data to `list`; null gives the table a list of its own.
     DtHashlist(DtList* list, int buckets);
 
-    DtHashlist(const DtHashlist& other);
-    DtHashlist& operator=(const DtHashlist& other);
+    DtHashlist(const DtHashlist& other);             ///< Has a data list of its own.
+    DtHashlist& operator=(const DtHashlist& other);  ///< As setFromOther().
 
     // The order of the virtual functions is fixed.
 
@@ -83,7 +85,7 @@ public:
     /// The data of an entry, or null.
     virtual void* lookup(const DtBaseHashKey& key);
 
-    virtual DtList* list() const;
+    virtual DtList* list() const;  ///< The data, in the order of the entries.
 
     /// Writes every key's text form and the low 32 bits of its data pointer to DtInfo.
     virtual void print() const;
@@ -101,6 +103,7 @@ public:
     /// An entry's item in the data list, or null.
     virtual DtListItem* itemLookup(const DtBaseHashKey& key);
 
+    /// The bucket that an entry of this key is in, or would be.
     virtual DtList* bucketFromHashKey(const DtBaseHashKey& key);
 
     /// The bucket's item whose data is the entry's DtHashItem, or null.

@@ -52,7 +52,7 @@ public:
     /// Whether no run is under way.
     bool stopped() const { return stopped_.load(std::memory_order_acquire); }
 
-    void* owner() const { return owner_; }
+    void* owner() const { return owner_; }  ///< As it was given.
 
 private:
     struct State;

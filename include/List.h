@@ -10,16 +10,17 @@ class DtIntrusiveList;
 /// One place in a DtList. Lists make and free their items; callers walk them.
 class DT_EXPORT DtListItem {
 public:
-    explicit DtListItem(void* data = nullptr) : data_(data) {}
+    explicit DtListItem(void* data = nullptr) : data_(data) {}  ///< In no list yet.
     DtListItem(const DtListItem&) = delete;
     DtListItem& operator=(const DtListItem&) = delete;
     virtual ~DtListItem();
 
-    /// Null at the ends of the list.
+    /// Null at the ends of the list. @{
     DtListItem* previous() const { return previous_; }
     DtListItem* next() const { return next_; }
+    /// @}
 
-    void* data() const { return data_; }
+    void* data() const { return data_; }  ///< As it was given to the list.
 
 private:
     friend class DtList;
@@ -49,9 +50,10 @@ class DT_EXPORT DtList {
 public:
     DtList() = default;
 
-    /// New items over the same data, in the same order. Assignment first removes what is held.
+    /// New items over the same data, in the same order. Assignment first removes what is held. @{
     DtList(const DtList& other);
     DtList& operator=(const DtList& other);
+    /// @}
 
     // The order of the virtual functions is fixed.
 
@@ -74,15 +76,16 @@ public:
     /// Removes and frees the item; returns its data, or null for a null item.
     void* remove(DtListItem* item);
 
-    void removeAll();
+    void removeAll();  ///< Removes and frees every item.
 
     /// The first item that holds this very pointer, or null.
     DtListItem* itemLookup(const void* data) const;
 
-    /// Null when the list is empty.
+    /// Null when the list is empty. @{
     DtListItem* first() const { return first_; }
     DtListItem* last() const { return last_; }
-    int count() const { return count_; }
+    /// @}
+    int count() const { return count_; }  ///< Number of items.
 
 private:
     void addCopies(const DtList& other);
@@ -103,13 +106,14 @@ private:
 class DT_EXPORT DtListedObj {
 public:
     DtListedObj() = default;
-    DtListedObj(const DtListedObj&) {}
-    DtListedObj& operator=(const DtListedObj&) { return *this; }
+    DtListedObj(const DtListedObj&) {}                            ///< In no list.
+    DtListedObj& operator=(const DtListedObj&) { return *this; }  ///< Changes nothing.
     virtual ~DtListedObj();
 
-    /// Null when the object is in no list.
+    /// Null when the object is in no list. @{
     DtIntrusiveList* list() const { return list_; }
     DtListItem* listItem() const { return item_; }
+    /// @}
 
 private:
     friend class DtIntrusiveList;
@@ -152,9 +156,10 @@ public:
     /// Removes every item and deletes its object, lowering the count by one for each.
     virtual void removeAllAndDelete();
 
-    /// As the operations of DtList; null is ignored and gives null.
+    /// As the operations of DtList; null is ignored and gives null. @{
     DtListItem* add(DtListedObj* object) { return addAfter(object, last()); }
     DtListItem* addAfter(DtListedObj* object, DtListItem* after);
+    /// @}
 
     /// As removeAndDelete with the object's item.
     void removeAndDelete(const DtListedObj* object) { removeAndDelete(itemLookup(object)); }

@@ -59,6 +59,7 @@ public:
     DtLockfreeQueueImpl& operator=(const DtLockfreeQueueImpl&) = delete;
     ~DtLockfreeQueueImpl();
 
+    /// False when the queue is full.
     bool _push(void* const& data) {
         Queue& ring = *queue_;
         const unsigned long slot = ring.pushed.load(std::memory_order_relaxed);
@@ -74,6 +75,7 @@ public:
         return true;
     }
 
+    /// False when the queue is empty; `data` then stays as it is.
     bool _pop(void*& data) {
         Queue& ring = *queue_;
         const unsigned long slot = ring.popped.load(std::memory_order_relaxed);
@@ -88,13 +90,14 @@ public:
         return true;
     }
 
+    /// On the pushing thread false, on the popping one true may already be out of date.
     bool _empty() const { return _read_available() == 0; }
 
     /// The capacity, not the number of entries.
     unsigned long _size() const { return capacity_; }
 
     /// Free and filled slots. The true figure may already be higher: the other thread can only
-    /// have added to it.
+    /// have added to it. @{
     unsigned long _write_available() const { return capacity_ - _read_available(); }
     unsigned long _read_available() const {
         // Pair with the releases in _push and _pop.
@@ -102,6 +105,7 @@ public:
         const unsigned long popped = queue_->popped.load(std::memory_order_acquire);
         return pushed >= popped ? pushed - popped : pushed + capacity_ + 1 - popped;
     }
+    /// @}
 
 private:
     /// A ring of one slot more than the capacity, which stays free: a full ring is thus told from

@@ -27,12 +27,12 @@ namespace OrynRti {
 class DT_EXPORT DtMutex {
 public:
     DtMutex();
-    DtMutex(const DtMutex& other);
+    DtMutex(const DtMutex& other);  ///< A fresh, free one.
 
     /// The mutex must be free, and no thread may be waiting for it.
     virtual ~DtMutex();
 
-    DtMutex& operator=(const DtMutex& other);
+    DtMutex& operator=(const DtMutex& other);  ///< Does nothing.
 
     /// Waits until the calling thread holds the mutex.
     virtual void lock();

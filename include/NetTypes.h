@@ -15,9 +15,10 @@ enum DtNetworkByteOrdering_enum : int {
 };
 
 /// The process-wide byte order. Any thread may ask and set at any time; values that were
-/// stored under another order are not converted.
+/// stored under another order are not converted. @{
 DT_EXPORT DtNetworkByteOrdering_enum DtNetworkByteOrdering();
 DT_EXPORT void DtSetNetworkByteOrdering(DtNetworkByteOrdering_enum ordering);
+/// @}
 
 /// An integer as it lies in a message: its bytes are in the order that is selected when it is
 /// assigned, and it is converted back with the order that is selected when it is read. Use it
@@ -32,8 +33,8 @@ template <typename Integer>
 class DtNetInteger {
 public:
     DtNetInteger() = default;
-    DtNetInteger(Integer value) : stored_(reordered(value)) {}
-    operator Integer() const { return reordered(stored_); }
+    DtNetInteger(Integer value) : stored_(reordered(value)) {}  ///< Takes the order selected now.
+    operator Integer() const { return reordered(stored_); }     ///< Assumes the order selected now.
 
 private:
     static Integer bigEndian(Integer value) {
@@ -55,10 +56,12 @@ private:
     Integer stored_ = 0;
 };
 
+/// The integers of message layouts. @{
 using DtNetU32 = DtNetInteger<std::uint32_t>;
 using DtNetInt32 = DtNetInteger<std::int32_t>;
 using DtNetU16 = DtNetInteger<std::uint16_t>;
 using DtNetInt16 = DtNetInteger<std::int16_t>;
+/// @}
 
 static_assert(sizeof(DtNetU32) == 4 && std::is_trivially_copyable_v<DtNetU32>);
 static_assert(sizeof(DtNetInt32) == 4 && std::is_trivially_copyable_v<DtNetInt32>);

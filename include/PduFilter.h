@@ -6,6 +6,7 @@
 
 namespace OrynRti {
 
+/// Whether the PDUs of the listed values pass, or all the others.
 enum DtPduTestOperator : int { DtPduAcceptListed = 0, DtPduRejectListed = 1 };
 
 /// What a test is given to look at.
@@ -32,8 +33,8 @@ class DT_EXPORT DtPduFilterTest {
 public:
     /// Every PDU passes.
     DtPduFilterTest();
-    DtPduFilterTest(const DtPduFilterTest&) = default;
-    DtPduFilterTest& operator=(const DtPduFilterTest&) = default;
+    DtPduFilterTest(const DtPduFilterTest&) = default;             ///< Copies the list as well.
+    DtPduFilterTest& operator=(const DtPduFilterTest&) = default;  ///< The same.
 
     // The order of the virtual functions is fixed.
 
@@ -56,7 +57,7 @@ public:
     /// at: the PDU passes unless only listed values are accepted.
     virtual bool evalTest(void* data, int index, DtPduFilterType type);
 
-    virtual void clearList();
+    virtual void clearList();  ///< The operator stays.
 
     /// Lets every PDU pass and empties the list.
     virtual void disableTest();

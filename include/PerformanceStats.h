@@ -22,8 +22,8 @@ class DT_EXPORT DtTimedSection {
 public:
     virtual ~DtTimedSection();
 
-    void start();
-    void stop();
+    void start();  ///< Notes the time; again starts anew.
+    void stop();   ///< Notes the time; again moves the end.
 
     /// Seconds from start() to stop(). A call that was left out counts as one in 1970.
     double duration() const;
@@ -31,8 +31,8 @@ public:
 protected:
     // The order of the members is fixed.
     struct timezone timeZone_ {};  ///< Always zero: the system keeps no time zone there.
-    timeval start_{};
-    timeval stop_{};
+    timeval start_{};              ///< 0 until start().
+    timeval stop_{};               ///< 0 until stop().
 };
 
 /// A stopwatch that also takes lap times, all measured from the start.
@@ -41,7 +41,7 @@ public:
     // start() keeps the laps that were taken before; they then count from the new start. Use a
     // new object for a new series.
 
-    void lap();
+    void lap();  ///< Takes a lap time.
 
     /// Seconds from the start to lap `i`, counted from 0; -1 when `i` is above the number of
     /// laps. The lap that would be next counts as taken in 1970: its time is negative and huge.
@@ -67,17 +67,21 @@ public:
     /// Forgets every figure.
     void reset();
 
+    /// Takes one duration into all figures.
     void addTime(double seconds);
 
+    /// 0 as long as there was no duration. @{
     double last() const { return last_; }
     double minimum() const { return minimum_; }
     double maximum() const { return maximum_; }
+    /// @}
 
-    /// Of the current block, which holds 1 to 1000 durations once there was any.
+    /// Of the current block, which holds 1 to 1000 durations once there was any. @{
     double blockSum() const { return blockSum_; }
     int blockCount() const { return blockCount_; }
+    /// @}
 
-    double blockFigure() const { return blockFigure_; }
+    double blockFigure() const { return blockFigure_; }  ///< As told above.
 
     /// 1000 once a block is complete, 0 before.
     int previousBlockCount() const { return previousBlockCount_; }
@@ -104,13 +108,14 @@ private:
 class DT_EXPORT DtPerformanceStats {
 public:
     /// Statistic number `i`; the row grows when it is shorter. Growing makes every reference
-    /// that was returned before invalid.
+    /// that was returned before invalid. @{
     DtTimeStatistic& stat(unsigned int i);
     const DtTimeStatistic& stat(unsigned int i) const;
+    /// @}
 
-    const std::vector<DtTimeStatistic>& stats() const { return stats_; }
+    const std::vector<DtTimeStatistic>& stats() const { return stats_; }  ///< The whole row.
 
-    void resetAllStats();
+    void resetAllStats();  ///< Resets each statistic; the row keeps its length.
 
 private:
     mutable std::vector<DtTimeStatistic> stats_;

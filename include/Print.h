@@ -111,7 +111,7 @@ public:
     /// starts again at 0. Null is ignored.
     virtual void resetFile(const char* name);
 
-    virtual bool isOpen();
+    virtual bool isOpen();  ///< Whether text goes to a file.
 
     /// Sets the name the open file is rolled under. The extension begins at the last '.'
     /// anywhere in `name`: with "./run" or "logs.d/run" that is a dot of the directory, and
@@ -162,9 +162,9 @@ public:
     void setOutputStream(DtOutputStream* stream);
 
 protected:
-    int_type overflow(int_type c) override;
-    int sync() override;
-    std::streamsize xsputn(const char* text, std::streamsize size) override;
+    int_type overflow(int_type c) override;                                   ///< One character.
+    int sync() override;                                                      ///< A flush.
+    std::streamsize xsputn(const char* text, std::streamsize size) override;  ///< A run of them.
 
 private:
     friend class DtOutputStream;
@@ -221,14 +221,16 @@ public:
     /// its `write` on behalf of this stream, and it is not called again.
     virtual bool detachPrinter(DtPrinter* printer);
 
-    virtual void detachAllPrinters();
+    virtual void detachAllPrinters();  ///< As detachPrinter() for each.
 
     /// Hands one piece to the printers as it is, ahead of any text still being collected. This
     /// function hides `std::ostream::write(const char*, std::streamsize)`.
     virtual void write(const std::string& text, bool endOfLine);
 
+    /// The severity of the stream: it prints at this notify level and those above. @{
     virtual void setThreshold(int threshold);
     virtual int threshold() const;
+    /// @}
 
     /// Whether the stream prints at the notify level of this moment.
     virtual bool okToPrint() const;
@@ -272,15 +274,17 @@ extern DT_EXPORT DtOutputStream& DtInfo;     ///< threshold 2
 extern DT_EXPORT DtOutputStream& DtVerbose;  ///< threshold 3
 extern DT_EXPORT DtOutputStream& DtDebug;    ///< threshold 4
 
+/// The buffers of the five streams. @{
 extern DT_EXPORT DtOutputStreamBuffer& DtFatalBuffer;
 extern DT_EXPORT DtOutputStreamBuffer& DtWarnBuffer;
 extern DT_EXPORT DtOutputStreamBuffer& DtInfoBuffer;
 extern DT_EXPORT DtOutputStreamBuffer& DtVerboseBuffer;
 extern DT_EXPORT DtOutputStreamBuffer& DtDebugBuffer;
+/// @}
 
 /// All five streams begin with this one as their only printer.
 extern DT_EXPORT DtStdoutPrinter& DtStandardOutConsole;
-extern DT_EXPORT DtStderrPrinter& DtStandardErrorConsole;
+extern DT_EXPORT DtStderrPrinter& DtStandardErrorConsole;  ///< Attached to none at first.
 
 /// "**FATAL ERROR**: ", what every message of DtFatalError and its relatives begins with.
 extern DT_EXPORT std::string& FATAL_HDR;

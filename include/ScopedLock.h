@@ -41,7 +41,7 @@ public:
         mutex_.unlock();
     }
 
-    bool locked() const { return held_; }
+    bool locked() const { return held_; }  ///< Whether this guard holds the mutex.
 
     /// Not null while the guard holds the mutex, so that a guard can stand in a condition.
     operator const void*() const { return held_ ? this : nullptr; }
@@ -102,12 +102,13 @@ public:
     /// Holds the lock of the value while it lives; made by `->`, not by callers.
     class LockedProxy {
     public:
+        /// Waits for the lock.
         LockedProxy(T& value, DtMutex& mutex) : value_(value), mutex_(mutex) { mutex_.lock(); }
         LockedProxy(const LockedProxy&) = delete;
         LockedProxy& operator=(const LockedProxy&) = delete;
         ~LockedProxy() { mutex_.unlock(); }
 
-        T* operator->() const { return &value_; }
+        T* operator->() const { return &value_; }  ///< Good while the proxy lives.
 
     private:
         T& value_;
@@ -115,11 +116,11 @@ public:
     };
 
     DtThreadSafe() = default;
-    explicit DtThreadSafe(T value) : value_(std::move(value)) {}
+    explicit DtThreadSafe(T value) : value_(std::move(value)) {}  ///< Takes the value over.
     DtThreadSafe(const DtThreadSafe&) = delete;
     DtThreadSafe& operator=(const DtThreadSafe&) = delete;
 
-    LockedProxy operator->() { return LockedProxy(value_, mutex_); }
+    LockedProxy operator->() { return LockedProxy(value_, mutex_); }  ///< Waits for the lock.
 
 private:
     T value_{};

@@ -39,11 +39,11 @@ public:
     DtString() noexcept : data_(inlineBuffer_), owned_(false), capacity_(theInlineSize) {
         inlineBuffer_[0] = '\0';
     }
-    DtString(const char* text);
+    DtString(const char* text);  ///< Null gives the empty string.
 
     /// Copies `length` bytes, NULs included. A negative length gives the empty string.
     DtString(const char* text, int length);
-    DtString(const std::string& text);
+    DtString(const std::string& text);  ///< Copies all of it, NULs included.
 
     /// Copies the whole block, not the text alone, so that room that the source has reserved
     /// goes along. A copy of a cleared string is empty.
@@ -53,11 +53,13 @@ public:
     /// copied.
     DtString(DtString&& source) noexcept;
 
+    /// The decimal digits of the number, or the one character. @{
     DtString(int value);
     DtString(long value);
     DtString(char character);
     DtString(unsigned int value);
     DtString(unsigned long value);
+    /// @}
 
     /// 13 significant digits, as "%.13g" of the current C locale.
     DtString(double value);
@@ -76,14 +78,14 @@ public:
     /// Copies the whole block, as the copy constructor does.
     virtual DtString& operator=(const DtString& source);
 
-    virtual operator const char*() const;
+    virtual operator const char*() const;  ///< As c_str().
 
     /// A copy on the heap, owned by the caller.
     virtual DtString* clone() const;
 
     /// Byte-wise comparisons. All six, != and >= too, are false when this string is cleared
     /// or `text` is null. (Defined here, as string() is, they need no call where the compiler
-    /// knows the type of the string; exported, since not every caller is compiled that way.)
+    /// knows the type of the string; exported, since not every caller is compiled that way.) @{
     DT_EXPORT virtual bool operator<(const char* text) const {
         return areTexts(data_, text) && std::strcmp(data_, text) < 0;
     }
@@ -102,22 +104,26 @@ public:
     DT_EXPORT virtual bool operator>=(const char* text) const {
         return areTexts(data_, text) && std::strcmp(data_, text) >= 0;
     }
+    /// @}
 
-    /// Equality without regard to case.
+    /// Equality without regard to case. @{
     virtual bool caseCompare(const char* text) const;
     virtual bool caseCompare(const DtString& text) const;
+    /// @}
 
-    virtual DtString operator+(const char* text) const;
+    virtual DtString operator+(const char* text) const;  ///< This text, then the other.
 
     /// The text may be part of this string. An override of size() that these use owes a
-    /// length within the text.
+    /// length within the text. @{
     virtual DtString& operator+=(const char* text);
     virtual DtString& operator+=(const DtString& text);
+    /// @}
 
     /// Unchecked: the caller owes an index within the block, i.e. of at most size(). Of a
-    /// string cleared while on the heap every index gives a NUL.
+    /// string cleared while on the heap every index gives a NUL. @{
     virtual char& operator[](int index);
     virtual const char& operator[](int index) const;
+    /// @}
 
     /// Removes everything up to and including the first (or last) `character`. False, and no
     /// change, when it does not occur or is NUL.
@@ -126,9 +132,10 @@ public:
     /// Removes everything from the last (or first) `character` on.
     virtual bool snipBack(char character, bool toFirst = false);
 
-    /// Remove leading or trailing white space; true when there was any.
+    /// Remove leading or trailing white space; true when there was any. @{
     virtual bool chompFront();
     virtual bool chompBack();
+    /// @}
 
     /// Cuts the text at each separator; empty tokens are kept, except after the last
     /// separator: "a,,b," gives "a", "" and "b". `tokens` may hold this string itself.
@@ -140,25 +147,29 @@ public:
     /// are cut to their low 32 bits: 4294967296 reads as 0, and toUInt of "-1" is 0. errno is
     /// not cleared: an ERANGE or EINVAL left by earlier calls counts against values at the
     /// limits and against 0. Hexadecimal text ("0x1F") is read unsigned; except in toInt it
-    /// leaves `ok` alone unless it fails. A cleared string gives 0 and leaves `ok` alone.
+    /// leaves `ok` alone unless it fails. A cleared string gives 0 and leaves `ok` alone. @{
     virtual int toInt(bool* ok = nullptr) const;
     virtual unsigned int toUInt(bool* ok = nullptr) const;
+    /// @}
 
     /// Hexadecimal text states the bits of the result: toDouble of "0x10" is the double whose
-    /// 64 bits are 16, toFloat the float whose 32 bits are the low ones of the number.
+    /// 64 bits are 16, toFloat the float whose 32 bits are the low ones of the number. @{
     virtual float toFloat(bool* ok = nullptr) const;
     virtual double toDouble(bool* ok = nullptr) const;
+    /// @}
 
     /// Numbers by toInt (not 0 is true), then "true" and "false" in any case.
     virtual bool toBoolean(bool* ok = nullptr) const;
 
-    /// Change the case of every letter; true when any changed.
+    /// Change the case of every letter; true when any changed. @{
     virtual bool toUpper();
     virtual bool toLower();
+    /// @}
 
-    /// The searches give -1 when nothing is found. NUL is found at size().
+    /// The searches give -1 when nothing is found. NUL is found at size(). @{
     virtual int findChar(char character);
     virtual int findLastChar(char character);
+    /// @}
 
     /// The empty text is found at 0.
     virtual int findString(const DtString& text) const;
@@ -166,15 +177,16 @@ public:
     /// The first occurrence, as findString: callers count on that.
     virtual int findLastString(const DtString& text);
 
-    virtual int count(char character) const;
-    virtual int length() const;
-    virtual int size() const;
-    virtual std::string stdString() const;
+    virtual int count(char character) const;  ///< How often it occurs; NUL never does.
+    virtual int length() const;               ///< As size().
+    virtual int size() const;                 ///< Characters before the first NUL.
+    virtual std::string stdString() const;    ///< Empty for a cleared string.
 
-    /// All three ways to the text give null when the string was cleared while on the heap.
+    /// All three ways to the text give null when the string was cleared while on the heap. @{
     DT_EXPORT virtual const char* string() const { return data_; }
     virtual const char* c_str() const;
-    virtual bool isEmpty() const;
+    /// @}
+    virtual bool isEmpty() const;  ///< Whether size() is 0.
 
     /// The tokens from `start` to `end` (from 0, both included; negative ones count from the
     /// end), joined by the separator. Empty tokens are not counted, but inside the range each
@@ -197,20 +209,21 @@ public:
         capacity_ = 0;
     }
 
-    bool snipFrontToLast(char character) { return snipFront(character, true); }
-    bool snipBackToFirst(char character) { return snipBack(character, true); }
+    bool snipFrontToLast(char character) { return snipFront(character, true); }  ///< What it says.
+    bool snipBackToFirst(char character) { return snipBack(character, true); }   ///< What it says.
 
-    /// Shared empty values, built on first use.
+    /// Shared empty values, built on first use. @{
     static const DtString& nullString();
     static const DtString& nullId();
+    /// @}
 
 protected:
-    static constexpr std::uint32_t theInlineSize = 64;
+    static constexpr std::uint32_t theInlineSize = 64;  ///< Room inside, in bytes.
 
-    char inlineBuffer_[theInlineSize];
-    char* data_;              ///< inlineBuffer_, a heap block, or null
-    bool owned_;              ///< data_ is a heap block (or was, before clear)
-    std::uint32_t capacity_;  ///< bytes at data_, terminator included; 0 when cleared
+    char inlineBuffer_[theInlineSize];  ///< The text, unless it is on the heap.
+    char* data_;                        ///< inlineBuffer_, a heap block, or null
+    bool owned_;                        ///< data_ is a heap block (or was, before clear)
+    std::uint32_t capacity_;            ///< bytes at data_, terminator included; 0 when cleared
 
 private:
     static bool areTexts(const char* one, const char* other) {
@@ -221,9 +234,12 @@ private:
     void construct(const char* text, std::size_t length);
 };
 
-// The operations on two strings ask the left one; with a plain text on the left, the right one.
-// std::less<DtString> orders by `<`. A cleared string is neither below nor above any other, so
-// it does not belong in an ordered container.
+/// @name Comparisons
+/// @{
+
+/// The operations on two strings ask the left one; with a plain text on the left, the right one.
+/// std::less<DtString> orders by `<`. A cleared string is neither below nor above any other, so
+/// it does not belong in an ordered container.
 
 inline bool operator<(const DtString& left, const DtString& right) {
     return left < right.string();
@@ -262,14 +278,17 @@ inline bool operator<=(const char* left, const DtString& right) {
 inline bool operator>=(const char* left, const DtString& right) {
     return right <= left;
 }
+/// @}
 
 #ifdef __cpp_impl_three_way_comparison
 // Else pairs and vectors of strings would be ordered by address, through `const char*`.
 void operator<=>(const DtString& left, const DtString& right) = delete;
 #endif
 
+/// Both texts, one after the other. @{
 DT_EXPORT DtString operator+(const char* left, const DtString& right);
 DT_EXPORT DtString operator+(const DtString& left, const DtString& right);
+/// @}
 
 /// Writes the text; of a cleared string nothing.
 DT_EXPORT std::ostream& operator<<(std::ostream& out, const DtString& text);

@@ -20,10 +20,10 @@ class DtRunnable;
 /// Ownership: runnable and argument are the caller's and must outlive the work
 class DT_EXPORT DtThreadStart {
 public:
-    using Function = void (*)(void* arg, volatile bool* stopFlag);
+    using Function = void (*)(void* arg, volatile bool* stopFlag);  ///< It should poll its flag.
 
-    explicit DtThreadStart(DtRunnable* runnable);
-    DtThreadStart(Function function, void* arg);
+    explicit DtThreadStart(DtRunnable* runnable);  ///< Null for no work.
+    DtThreadStart(Function function, void* arg);   ///< Null as function for no work.
 
     /// Does the work on the calling thread. The result is that of the runnable, 0 for a function.
     int execute(volatile bool* stopFlag);
@@ -57,7 +57,7 @@ private:
 /// Errors:    start() answers 1; a runnable that throws from stop() is reported on DtWarn
 class DT_EXPORT DtThread {
 public:
-    explicit DtThread(std::shared_ptr<DtThreadStart> start);
+    explicit DtThread(std::shared_ptr<DtThreadStart> start);  ///< Starts nothing yet.
     DtThread(const DtThread&) = delete;
     DtThread& operator=(const DtThread&) = delete;
 
@@ -101,7 +101,7 @@ public:
     /// Whether the caller is the work of this thread.
     bool isCurrentThread() const;
 
-    static pthread_t GetCurrentThreadHandle();
+    static pthread_t GetCurrentThreadHandle();  ///< As pthread_self().
 
 protected:
     /// What the POSIX thread runs, given its DtThread: run(), then DtThreadExit(). Nothing but
@@ -123,8 +123,10 @@ private:
 /// not a number; more than 1e9 (31 years) counts as 1e9.
 DT_EXPORT void DtSleep(double seconds);
 
-/// Threads by raw handle. A handle other than 0 must be that of a thread which has been neither
-/// joined nor detached yet; for anything else the system may do as it likes.
+/// @name Threads by raw handle
+/// A handle other than 0 must be that of a thread which has been neither joined nor detached yet;
+/// for anything else the system may do as it likes.
+/// @{
 
 /// Starts a thread that calls `fn(arg)`; it must be joined. Returns its handle, 0 when `fn` is
 /// null or the system refuses; `id`, when not null, receives the same value, maybe after the
@@ -146,6 +148,8 @@ DT_EXPORT int DtThreadStop(unsigned long thread);
 
 /// The same as DtThreadStop.
 DT_EXPORT int DtThreadCleanUp(unsigned long thread);
+
+/// @}
 
 }  // namespace OrynRti
 

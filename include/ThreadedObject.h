@@ -29,7 +29,7 @@ namespace OrynRti {
 class DT_EXPORT DtThreadedObject {
 public:
     DtThreadedObject();
-    explicit DtThreadedObject(std::shared_ptr<DtRunnable> runnable);
+    explicit DtThreadedObject(std::shared_ptr<DtRunnable> runnable);  ///< Null: none yet.
     DtThreadedObject(const DtThreadedObject&) = delete;
     DtThreadedObject& operator=(const DtThreadedObject&) = delete;
 
@@ -37,12 +37,16 @@ public:
     /// work, the object asks and leaves the work to return by itself.
     virtual ~DtThreadedObject();
 
-    /// The runnable of the next start(); the work of an earlier start keeps its own.
+    /// The runnable of the next start(); the work of an earlier start keeps its own. @{
     void setRunnableObject(std::shared_ptr<DtRunnable> runnable);
     std::shared_ptr<DtRunnable> runnableObject() const;
+    /// @}
 
+    /// The flag told of above. Setting it neither starts nor stops anything; start() and stop()
+    /// then go by what was set. @{
     bool running() const;
     void setRunning(bool running);
+    /// @}
 
     /// Starts the work on a new thread, after having stopped and joined that of an earlier start.
     /// A stop() that arrives during that wait wins: nothing is started then.

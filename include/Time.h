@@ -28,7 +28,7 @@ enum DtTimeStampType : int {
 class DT_EXPORT DtNetTimeStamp {
 public:
     DtNetTimeStamp() = default;
-    DtNetTimeStamp(double seconds, DtTimeStampType type);
+    DtNetTimeStamp(double seconds, DtTimeStampType type);  ///< As setTime() and setType().
 
     /// The bits as drawn above, in the order of this machine.
     operator unsigned int() const { return bits_; }
@@ -40,17 +40,18 @@ public:
     /// Seconds since the start of the hour.
     double time() const;
 
-    /// Numbers other than 1 count as relative.
+    /// Numbers other than 1 count as relative. @{
     void setType(DtTimeStampType type);
     DtTimeStampType type() const;
+    /// @}
 
-    /// With `on`, an hour has 2^31 - 1 units, as DIS version 5 counted, in the whole process.
+    /// With `on`, an hour has 2^31 - 1 units, as DIS version 5 counted, in the whole process. @{
     static void setTimeStampDis5Increments(bool on);
     static bool timeStampDis5Increments();
+    /// @}
 
-    /// Units per hour, and its reciprocal: 2^31, or 2^31 - 1.
-    static double theHourFracPerHour;
-    static double theHourPerHourFrac;
+    static double theHourFracPerHour;  ///< Units per hour: 2^31, or 2^31 - 1.
+    static double theHourPerHourFrac;  ///< Its reciprocal.
 
 private:
     DtNetU32 bits_;
@@ -76,20 +77,22 @@ static_assert(sizeof(DtNetTimeStamp) == 4, "stands in message layouts");
 /// Errors:    a wall clock that cannot be read ends the process through DtFatalPerror
 class DT_EXPORT DtClock {
 public:
-    static constexpr double sec2hour = 1.0 / 3600.0;
-    static constexpr double hour2sec = 3600.0;
+    static constexpr double sec2hour = 1.0 / 3600.0;  ///< Seconds times this are hours.
+    static constexpr double hour2sec = 3600.0;        ///< Hours times this are seconds.
 
     /// Starts the clock.
     DtClock();
+    /// Takes all figures over, the moment of the start among them. @{
     DtClock(const DtClock& other);
     DtClock& operator=(const DtClock& other);
+    /// @}
     virtual ~DtClock();
 
     /// Starts the clock anew: no real time has gone by, simulation time is 0 and counts as not
     /// set.
     virtual void init();
 
-    virtual double simTime() const;
+    virtual double simTime() const;  ///< As last set.
 
     /// Call it once per frame. Samples the approximate elapsed real time too: it becomes `t`, or
     /// the elapsed real time of this moment, as set by the two functions below.
@@ -98,12 +101,14 @@ public:
     /// False until the caller has set the simulation time, with a reminder on DtInfo.
     virtual bool isSimTimeSet() const;
 
-    virtual double elapsedRealTime() const;
-    virtual double approximateElapsedRealTime() const;
+    virtual double elapsedRealTime() const;             ///< Since the start; reads the wall clock.
+    virtual double approximateElapsedRealTime() const;  ///< As of the last setSimTime().
 
+    /// Whether the approximation is the simulation time itself; false at first. @{
     virtual bool useSimTimeForApproxRealTime() const;
     virtual void setUseSimTimeForApproxRealTime();
     virtual void clearUseSimTimeForApproxRealTime();
+    /// @}
 
     /// The wall clock: seconds since 1970, to the microsecond.
     virtual double absRealTime() const;
@@ -124,13 +129,14 @@ extern DT_EXPORT DtClock* DtObsoleteGlobalClock;
 /// Creates the clock of the process unless it is there; any number of threads may call it.
 DT_EXPORT void DtTimeInit();
 
-// The functions of DtClock on the clock of the process. Until DtTimeInit() they return 0, or
-// false, and do nothing.
+/// The functions of DtClock on the clock of the process. Until DtTimeInit() they return 0, or
+/// false, and do nothing. @{
 DT_EXPORT double DtGetSimTime();
 DT_EXPORT void DtSetSimTime(double t);
 DT_EXPORT bool DtIsSimTimeSet();
 DT_EXPORT double DtGetElapsedRealTime();
 DT_EXPORT double DtGetApproximateElapsedRealTime();
+/// @}
 
 /// The wall clock: seconds since 1970, to the microsecond. Needs no DtTimeInit().
 /// Cost:      one reading of the system's clock
