@@ -23,16 +23,18 @@ using DtInetIpv6Scope = std::uint32_t;
 class DtU128 {
 public:
     constexpr DtU128() = default;
+    /// The upper and the lower 64 bits.
     constexpr DtU128(std::uint64_t high, std::uint64_t low) : high_(high), low_(low) {}
 
-    constexpr std::uint64_t high() const { return high_; }
-    constexpr std::uint64_t low() const { return low_; }
+    constexpr std::uint64_t high() const { return high_; }  ///< The upper 64 bits.
+    constexpr std::uint64_t low() const { return low_; }    ///< The lower 64 bits.
 
 private:
     std::uint64_t high_ = 0;
     std::uint64_t low_ = 0;
 };
 
+/// By value. @{
 constexpr bool operator==(const DtU128& left, const DtU128& right) {
     return left.high() == right.high() && left.low() == right.low();
 }
@@ -42,6 +44,7 @@ constexpr bool operator!=(const DtU128& left, const DtU128& right) {
 constexpr bool operator<(const DtU128& left, const DtU128& right) {
     return left.high() != right.high() ? left.high() < right.high() : left.low() < right.low();
 }
+/// @}
 
 /// One IPv4 or IPv6 host address, with the netmask and prefix length it came with and what kind
 /// of address it is. Every socket, endpoint and device takes and returns addresses in this form.
@@ -67,16 +70,18 @@ public:
     explicit DtInetAddr(DtInetUtils::DtInetAddrFamily family);
 
     /// An address text as newBoostAddrFromString takes it. `mask` is a dotted netmask, anything
-    /// else counts as none; see DtInetUtils::convertStringToPrefixLen.
+    /// else counts as none; see DtInetUtils::convertStringToPrefixLen. @{
     explicit DtInetAddr(const DtString& addr, const DtString& mask = DtString::nullString());
     explicit DtInetAddr(const char* addr, const char* mask = nullptr);
+    /// @}
 
     /// Copies a boost::asio::ip::address; null gives 0.0.0.0.
     explicit DtInetAddr(void* boostAddress);
 
-    /// Netmasks and plain IPv4 addresses are in host order; 0 stands for "not given".
+    /// Netmasks and plain IPv4 addresses are in host order; 0 stands for "not given". @{
     explicit DtInetAddr(const sockaddr_in& addr, unsigned int netmask = 0);
     explicit DtInetAddr(unsigned int hostAddr, unsigned int netmask = 0);
+    /// @}
 
     /// Keeps the scope id.
     explicit DtInetAddr(const sockaddr_in6& addr, unsigned int prefixLen = 0);
@@ -88,7 +93,7 @@ public:
     explicit DtInetAddr(const DtU128& addr, DtInetUtils::DtInetAddrFamily family,
                         unsigned int prefixLen = 0);
 
-    DtInetAddr(const DtInetAddr& other);
+    DtInetAddr(const DtInetAddr& other);  ///< Netmask, prefix length and scope go along.
 
     /// The broadcast and loopback addresses that this object has already handed out stay as
     /// they are; that of an IPv6 address is never worked out again.
@@ -102,18 +107,21 @@ public:
     /// scope id. The flag has no effect.
     virtual DtString toDtString(bool flag = false) const;
 
+    /// Every address is of one family or the other. @{
     virtual DtInetUtils::DtInetAddrFamily family() const;
     virtual bool isIPv4() const;
     virtual bool isIPv6() const;
+    /// @}
 
     /// IPv4 only (else ignored): sets netmask and prefix length.
     virtual void setNetmask(unsigned int netmask);
-    virtual unsigned int netmask() const;
+    virtual unsigned int netmask() const;  ///< In host order.
 
     /// For IPv4 sets the netmask as well; to 0 when the length is above 32.
     virtual void setPrefixLen(unsigned long prefixLen);
-    virtual unsigned long prefix() const;
+    virtual unsigned long prefix() const;  ///< The prefix length in bits.
 
+    /// 224.0.0.0/4 or ff00::/8.
     virtual bool isMulticast() const;
 
     /// IPv4: all host bits are one, of which there are at least two. IPv6: the link-local group
@@ -122,7 +130,7 @@ public:
 
     /// Exactly 127.0.0.1 or ::1.
     virtual bool isLoopback() const;
-    virtual bool isAnyAddr() const;
+    virtual bool isAnyAddr() const;  ///< 0.0.0.0 or ::.
 
     /// The broadcast address of this address's network, worked out anew for IPv4 at every call;
     /// FF02::1 for IPv6.
@@ -132,10 +140,11 @@ public:
     virtual const DtInetAddr& getLoopbackAddr();
 
     /// Fill in family and address (for IPv6 the Boost value's scope id, too) and leave the rest
-    /// alone. 0, or -1 with nothing written when the address is of the other family.
+    /// alone. 0, or -1 with nothing written when the address is of the other family. @{
     virtual int toSockaddr(sockaddr_in* out) const;
     virtual int toSockaddr(sockaddr_in6* out) const;
     virtual int toAddrStorage(sockaddr_storage* out) const;
+    /// @}
 
     /// An IPv4 address stands in the low 32 bits.
     virtual DtU128 toU128() const;
@@ -146,11 +155,12 @@ public:
     /// Sets what scope() gives, unless the Boost value has a scope id of its own; the Boost
     /// value stays as it is. On an IPv4 address throws boost::asio::ip::bad_address_cast.
     virtual void setScope(DtInetIpv6Scope scope);
-    virtual DtInetIpv6Scope scope() const;
+    virtual DtInetIpv6Scope scope() const;  ///< 0 for none.
 
-    /// The value itself. Who changes it owes that family and kind stay the same.
+    /// The value itself. Who changes it owes that family and kind stay the same. @{
     virtual boost::asio::ip::address& boostAddress();
     virtual const boost::asio::ip::address& boostAddress() const;
+    /// @}
 
     // The following have no slot.
 
@@ -160,9 +170,10 @@ public:
     bool fromAddrStorage(const sockaddr_storage& addr);
 
     /// Shared constants, never destroyed. An unknown family gives IPv6 for "any" and IPv4 for
-    /// loopback.
+    /// loopback. @{
     static const DtInetAddr& inaddrAny(DtInetUtils::DtInetAddrFamily family);
     static const DtInetAddr& loopbackAddress(DtInetUtils::DtInetAddrFamily family);
+    /// @}
 
 private:
     void initFromStrings(const char* addr, const char* mask);
@@ -185,11 +196,12 @@ private:
 
 /// By address, IPv4 before IPv6. Netmasks do not count. An IPv6 address without a scope id in
 /// its Boost value equals the same address with any scope id; do not mix the two in an ordered
-/// container.
+/// container. @{
 DT_EXPORT bool operator==(const DtInetAddr& left, const DtInetAddr& right);
 DT_EXPORT bool operator!=(const DtInetAddr& left, const DtInetAddr& right);
 DT_EXPORT bool operator<(const DtInetAddr& left, const DtInetAddr& right);
 DT_EXPORT bool operator>(const DtInetAddr& left, const DtInetAddr& right);
+/// @}
 
 /// Reads an address text into a new Boost value, owned by the caller. In this order: null or
 /// empty text is 0.0.0.0; a literal, brackets and zone allowed ("fe80::1%eth0"; inside brackets
@@ -205,9 +217,10 @@ DT_EXPORT const char* DtInetAddrString(unsigned int hostAddr);
 
 /// The IPv4 address, in host order, of a literal or host name; 0 and a warning when it cannot be
 /// resolved. The first answer of the name service counts, and is read as IPv4: a host that is
-/// known by an IPv6 address first gives a meaningless number, 0 as a rule.
+/// known by an IPv6 address first gives a meaningless number, 0 as a rule. @{
 DT_EXPORT unsigned int DtStringToInetAddr(const char* text);
 DT_EXPORT unsigned int DtStringToInetAddr(const DtString& text);
+/// @}
 
 /// The host-order value of eight hexadecimal digits, "c0a80001" for 192.168.0.1; characters
 /// after them are not looked at. 0xFFFFFFFF when the text is shorter or no such number.

@@ -38,8 +38,10 @@ public:
     /// is IPv4, "10.0.0.1:x" and "10.0.0.1/8" are nothing.
     static DtInetAddrFamily addrStringFamily(const DtString& text);
 
+    /// Whether addrStringFamily() is this family. @{
     static bool isIpv4AddrString(const DtString& text);
     static bool isIpv6AddrString(const DtString& text);
+    /// @}
 
     /// Always false: no text is taken for this host's own name. Ask isLoopbackAddrString.
     static bool isLocalhostAddrString(const DtString& text);
@@ -52,6 +54,7 @@ public:
     /// 169.254.0.0/16 or fe80::/10.
     static bool isLinkLocalAddrString(const DtString& text);
 
+    /// 224.0.0.0/4 or ff00::/8.
     static bool isMulticastAddrString(const DtString& text);
 
     /// Whether DtInetAddr(addr, mask).isBroadcast() holds, which takes a literal or a keyword

@@ -33,24 +33,29 @@ public:
     /// Whether the interface exists, with or without addresses.
     bool isOk() const;
 
-    const DtString& name() const;
-    unsigned int index() const;
+    const DtString& name() const;  ///< Such as "eth0"; empty when it does not exist.
+    unsigned int index() const;    ///< The system's number, which is also the IPv6 scope.
 
     /// The largest packet in bytes, headers of the Internet layer included.
     unsigned int mtu() const;
 
+    /// The system's flags of the interface. @{
     bool isUp() const;
     bool isLoopback() const;
     bool isBroadcastCapable() const;
     bool isMulticastCapable() const;
+    /// @}
 
+    /// Whether the interface has an address of the family. @{
     bool hasIPv4() const;
     bool hasIPv6() const;
+    /// @}
 
     /// The address that the interface was found by, else the first of the family, with netmask,
-    /// prefix length and, when link-local, scope; the "any" address when there is none.
+    /// prefix length and, when link-local, scope; the "any" address when there is none. @{
     const DtInetAddr& ipv4Addr() const;
     const DtInetAddr& ipv6Addr() const;
+    /// @}
 
     /// A new object, owned by the caller, for the interface that has this address; null when
     /// none has it. All of 127.0.0.0/8 belongs to the loopback interface. An "any" address gives

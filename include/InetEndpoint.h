@@ -18,6 +18,7 @@ namespace OrynRti {
 
 class DtInetDevice;
 
+/// The transport protocol of an endpoint.
 enum DtInetProtocol : int { DtInetUdp = 0, DtInetTcp = 1, DtInetNoProtocol = 99 };
 
 /// One end of a socket: an address, a port and a transport protocol.
@@ -49,6 +50,7 @@ public:
     DtInetEndpoint(DtString& host, unsigned short port, DtInetProtocol protocol,
                    DtInetUtils::DtInetAddrFamily family);
 
+    /// The display texts and the text of a failed lookup go along.
     DtInetEndpoint(const DtInetEndpoint& other);
 
     /// Leaves the error flag and text of this endpoint alone, and its Boost endpoint of a kind
@@ -70,14 +72,15 @@ public:
     virtual bool hostLookup(DtString& text, unsigned short port,
                             DtInetUtils::DtInetAddrFamily family);
 
+    /// Address and port, the latter in host order. With no protocol chosen, setting one of them
+    /// leaves an already built display text as it is. @{
     virtual void setAddress(const DtInetAddr& addr);
     virtual const DtInetAddr& address() const;
-
-    /// With no protocol chosen, setAddress and setPort leave an already built display text as
-    /// it is.
     virtual void setPort(unsigned short port);
     virtual unsigned short port() const;
+    /// @}
 
+    /// Protocol, and the family of the address. @{
     virtual void setProtocol(DtInetProtocol protocol);
     virtual DtInetProtocol protocol() const;
     virtual DtInetUtils::DtInetAddrFamily family() const;
@@ -86,10 +89,12 @@ public:
     virtual bool isIPv6() const;
     virtual bool isTcp() const;
     virtual bool isUdp() const;
+    /// @}
 
-    /// As DtInetAddr::toSockaddr, with the port.
+    /// As DtInetAddr::toSockaddr, with the port. @{
     virtual int toSockaddr(sockaddr_in* out);
     virtual int toSockaddr(sockaddr_in6* out);
+    /// @}
 
     /// "10.0.0.1:3000" or "[::1]:3000", with "any" for port 0; with the protocol
     /// "10.0.0.1:3000(UDP)" or "(TCP)".
@@ -102,9 +107,10 @@ public:
     /// The text of the failed lookup, which is forgotten by this: isOk() is true again.
     virtual DtString getLastErrorString();
 
-    /// Null unless the endpoint is of that protocol (but see the assignment).
+    /// Null unless the endpoint is of that protocol (but see the assignment). @{
     virtual boost::asio::ip::basic_endpoint<boost::asio::ip::tcp>* tcpEndpoint();
     virtual boost::asio::ip::basic_endpoint<boost::asio::ip::udp>* udpEndpoint();
+    /// @}
 
     // The following has no slot.
 
@@ -140,11 +146,12 @@ private:
 
 /// By the Boost endpoints of the left side's protocol: address with scope id, then port. An
 /// endpoint without a protocol is neither equal to nor below any other, itself included, so it
-/// does not belong in an ordered container. `!=` and `>` follow from the other two.
+/// does not belong in an ordered container. `!=` and `>` follow from the other two. @{
 DT_EXPORT bool operator==(const DtInetEndpoint& left, const DtInetEndpoint& right);
 DT_EXPORT bool operator!=(const DtInetEndpoint& left, const DtInetEndpoint& right);
 DT_EXPORT bool operator<(const DtInetEndpoint& left, const DtInetEndpoint& right);
 DT_EXPORT bool operator>(const DtInetEndpoint& left, const DtInetEndpoint& right);
+/// @}
 
 }  // namespace OrynRti
 

@@ -97,10 +97,10 @@ enum DtInetSockProcessingType : int {
 /// One registered callback.
 struct DtInetSocketProcessingCbInfo {
     // The order of the first three members is fixed.
-    DtInetSocketProcessingCallback callback = nullptr;
-    void* userData = nullptr;
-    int order = 0;
-    std::uint64_t sequence = 0;  ///< Counts the registrations of a socket.
+    DtInetSocketProcessingCallback callback = nullptr;  ///< The step.
+    void* userData = nullptr;                           ///< Null: it is handed the status.
+    int order = 0;                                      ///< Its place in the chain.
+    std::uint64_t sequence = 0;                         ///< Counts the registrations of a socket.
 };
 
 /// Callbacks by ascending order; those of equal order as they were added.
@@ -159,12 +159,12 @@ public:
 
     /// Where `send` and `sendChain` send to.
     virtual bool setDestination(const DtInetEndpoint& destination) = 0;
-    virtual const DtInetEndpoint& destination() const;
-    virtual const DtInetEndpoint& localEndpoint() const;
+    virtual const DtInetEndpoint& destination() const;    ///< As set.
+    virtual const DtInetEndpoint& localEndpoint() const;  ///< This end of the socket.
 
     /// Takes the low 16 bits. True. Counts at the next opening.
     virtual bool setLocalPort(int port);
-    virtual unsigned short localPort() const;
+    virtual unsigned short localPort() const;  ///< Of the local endpoint, in host order.
 
     /// Takes `device` over, in any case, and frees the device held before; null for none.
     virtual bool bindToDevice(DtInetDevice* device) = 0;
@@ -174,33 +174,35 @@ public:
 
     // ------------------------------------------------------------------ opening and closing
 
-    virtual bool openSocket() = 0;
-    virtual bool closeSocket() = 0;
-    virtual bool connectToDestination() = 0;
+    virtual bool openSocket() = 0;            ///< Makes it usable, with the options set so far.
+    virtual bool closeSocket() = 0;           ///< It may be opened again.
+    virtual bool connectToDestination() = 0;  ///< Fixes the peer.
 
     // -------------------------------------------------------------------------------- sending
 
-    // Sizes are in bytes. `flags` are those of the system's send and recv calls, with
-    // DtInetSockCallFlag. The result is the number of bytes sent, 0 for none (error 11 when a
-    // non-blocking socket would have to wait), -1 for an error.
+    /// Sizes are in bytes. `flags` are those of the system's send and recv calls, with
+    /// DtInetSockCallFlag. The result is the number of bytes sent, 0 for none (error 11 when a
+    /// non-blocking socket would have to wait), -1 for an error. @{
 
     virtual int send(char* bytes, int size, int flags) = 0;
     virtual int sendTo(char* bytes, int size, DtInetEndpoint& destination, int flags) = 0;
     virtual int sendChain(DtInetSocketBufferChain& chain, int flags) = 0;
     virtual int sendChainTo(DtInetSocketBufferChain& chain, DtInetEndpoint& destination,
                             int flags) = 0;
+    /// @}
 
     // ------------------------------------------------------------------------------ receiving
 
-    // The result is the number of bytes received; 0 when there is nothing (error 11 on a
-    // non-blocking socket); -1 for an error; or another DtInetSockStatus, which leaves state and
-    // error record alone, so that a loop goes on.
+    /// The result is the number of bytes received; 0 when there is nothing (error 11 on a
+    /// non-blocking socket); -1 for an error; or another DtInetSockStatus, which leaves state and
+    /// error record alone, so that a loop goes on. `sender` becomes where the data came from. @{
 
     virtual int recv(char* buffer, int size, int flags) = 0;
     virtual int recvToChain(DtInetSocketBufferChain& chain, int flags) = 0;
     virtual int recvFrom(char* buffer, int size, DtInetEndpoint& sender, int flags) = 0;
     virtual int recvToChainFrom(DtInetSocketBufferChain& chain, DtInetEndpoint& sender,
                                 int flags) = 0;
+    /// @}
 
     // ---------------------------------------------------------------------------------- state
 
@@ -210,9 +212,10 @@ public:
     /// Whether the state is above 0; concrete sockets answer false when closed, too.
     virtual bool isOk() const;
 
-    /// Those of the local endpoint.
+    /// Those of the local endpoint. @{
     virtual DtInetProtocol protocol() const;
     virtual DtInetUtils::DtInetAddrFamily family() const;
+    /// @}
 
     /// The system's number of the socket, -1 when it is not open.
     virtual int descriptor() const = 0;
@@ -226,9 +229,9 @@ public:
 
     // -------------------------------------------------------------------------------- options
 
-    // Options set before opening are remembered and applied then. Buffer sizes and watermarks
-    // are in bytes; the system may clamp them, and Linux reports twice the buffer size asked for.
-
+    /// Options set before opening are remembered and applied then. Buffer sizes and watermarks
+    /// are in bytes; the system may clamp them, and Linux reports twice the buffer size asked
+    /// for. @{
     virtual bool setNonBlockingOption(bool on) = 0;
     virtual bool setReuseAddressOption(bool on) = 0;
     virtual bool setSendBufferSize(unsigned int bytes) = 0;
@@ -238,12 +241,13 @@ public:
     /// Linux cannot set the send watermark: always fails, with error 92.
     virtual bool setSendLowWatermark(unsigned int bytes) = 0;
     virtual bool setReceiveLowWatermark(unsigned int bytes) = 0;
+    /// @}
 
-    virtual bool isNonBlocking() const;
-    virtual bool isNoDelay() const;
+    virtual bool isNonBlocking() const;  ///< As last set.
+    virtual bool isNoDelay() const;      ///< As last set; TCP only.
 
-    // These ask the system; false, with the output as it was, when the socket is not open or
-    // the system refuses.
+    /// These ask the system; false, with the output as it was, when the socket is not open or
+    /// the system refuses. @{
 
     virtual bool getReuseAddressOption(bool& on) = 0;
     virtual bool getDoNotRouteOption(bool& on) = 0;
@@ -254,32 +258,40 @@ public:
     virtual bool getBytesAvailable(unsigned int& bytes) = 0;
     virtual bool getSendLowWatermark(unsigned int& bytes) = 0;
     virtual bool getReceiveLowWatermark(unsigned int& bytes) = 0;
+    /// @}
 
-    /// Answered from the local endpoint.
+    /// Answered from the local endpoint. @{
     virtual bool isIPv4() const;
     virtual bool isIPv6() const;
     virtual bool isTcp() const;
     virtual bool isUdp() const;
+    /// @}
 
     // --------------------------------------------------------------- error and end of service
 
+    /// Number and text of the last error; 0 and empty when there was none. @{
     virtual int getLastError() const;
     virtual DtString getLastErrorString() const;
+    /// @}
 
     /// Whether the last error is 11: nothing there or no room on a non-blocking socket.
     virtual bool isErrorWouldBlockOrTryAgain() const;
-    virtual void clearError();
+    virtual void clearError();  ///< Clears number and text; the state stays.
 
+    /// How the peer has ended the connection; 0 and empty as long as it has not. @{
     virtual int getTerminationCode() const;
     virtual DtString getTerminationString() const;
+    /// @}
 
     // ------------------------------------------------------------------------------- counters
 
+    /// Since construction or clearStats(). A packet is what one send took or one read brought. @{
     virtual std::uint64_t totalBytesSent() const;
     virtual std::uint64_t totalPacketsSent() const;
     virtual std::uint64_t totalBytesReceived() const;
     virtual std::uint64_t totalPacketsReceived() const;
     virtual void clearStats();
+    /// @}
 
     // ------------------------------------------------------------------------------ callbacks
 
@@ -341,10 +353,11 @@ protected:
             restoreState();
     }
 
-    void setTermination(int code, const DtString& text);
+    void setTermination(int code, const DtString& text);  ///< What the observers give from now on.
 
     // ------------------------------------------------------------------------------ chains
 
+    /// Whether the chain has any; a callback added just now may not be seen yet.
     bool hasCallbacks(DtInetSockProcessingType type) const {
         return chainSizes_[type].load(std::memory_order_relaxed) != 0;
     }
@@ -362,22 +375,23 @@ protected:
 
     /// Sends through the pre-send chain, `transmit` and the post-send chain, and counts. The
     /// caller's bytes are not changed. `operation` ("DtInetUdpSocket::send()/sendTo()") begins
-    /// the error texts.
+    /// the error texts. @{
     int sendThroughChains(DtInetSocketBufferChain& chain, DtInetEndpoint& destination, int flags,
                           const char* operation);
     int sendThroughChains(const char* bytes, int size, DtInetEndpoint& destination, int flags,
                           const char* operation);
+    /// @}
 
     /// Runs the post-send chain and adds its results to `count`, the number of bytes sent. False,
     /// with the record set, when a callback fails the send.
     bool runPostSend(int& count, DtInetSocketBufferChain& chain, DtInetEndpoint& destination,
                      const char* operation);
 
-    void countSent(std::uint64_t bytes);
-    /// Returns how many that makes.
+    void countSent(std::uint64_t bytes);  ///< One packet of so many bytes.
+    /// One packet of so many bytes. Returns how many packets that makes.
     std::uint64_t countReceived(std::uint64_t bytes);
 
-    // The order of the members up to `receiveTime_` is fixed.
+    /// What the observers above give. The order of these members is fixed. @{
     DtInetEndpoint localEndpoint_;
     DtInetEndpoint destination_;
     DtInetDevice* hostIf_ = nullptr;
@@ -397,6 +411,7 @@ protected:
     std::atomic<std::uint64_t> bytesReceived_{0};
     std::atomic<std::uint64_t> packetsReceived_{0};
     mutable std::atomic<double> receiveTime_{0.0};
+    /// @}
 
 private:
     void restoreState();

@@ -64,10 +64,12 @@ struct TcpSocketParts;
 ///            way, and one system call for all the messages that wait to be sent
 class DT_EXPORT DtInetTcpSocket : public DtInetSocket {
 public:
+    /// What tcpSocket() and tcpServerSocket() give. @{
     using StreamSocket = boost::asio::basic_stream_socket<boost::asio::ip::tcp,  //
                                                           boost::asio::any_io_executor>;
     using Acceptor = boost::asio::basic_socket_acceptor<boost::asio::ip::tcp,  //
                                                         boost::asio::any_io_executor>;
+    /// @}
 
     /// How long closing lets queued sends go out at first.
     static constexpr double theCloseWait_s = 2.0;
@@ -123,33 +125,33 @@ public:
 
     // -------------------------------------------------------------------------------- sending
 
-    // A blocking socket sends everything or fails. A non-blocking one returns what the system
-    // took; with a pre-send callback that changes the bytes, such a partial send cannot be taken
-    // up again, since the caller cannot tell how far its own bytes have gone. sendTo and
-    // sendChainTo do not look at the destination. `flags` of the system have no effect on what goes
-    // through the queues.
+    /// A blocking socket sends everything or fails. A non-blocking one returns what the system
+    /// took; with a pre-send callback that changes the bytes, such a partial send cannot be taken
+    /// up again, since the caller cannot tell how far its own bytes have gone. sendTo and
+    /// sendChainTo do not look at the destination. `flags` of the system have no effect on what
+    /// goes through the queues. The rest as DtInetSocket says. @{
 
     int send(char* bytes, int size, int flags) override;
     int sendTo(char* bytes, int size, DtInetEndpoint& destination, int flags) override;
     int sendChain(DtInetSocketBufferChain& chain, int flags) override;
     int sendChainTo(DtInetSocketBufferChain& chain, DtInetEndpoint& destination,
                     int flags) override;
+    /// @}
 
     // ------------------------------------------------------------------------------ receiving
 
-    // Buffers without room give DtInetSockIncomplete. So does, with DtInetSockAsyncReceive, a
-    // chunk that is larger than the buffers, and it is lost: buffers of
-    // DtInetUtils::getMaxPacketBufferSize() bytes (65,536) always suffice.
-    //
-    // Of the before-read callbacks each gets a size of 0, and a status other than
-    // DtInetSockFromQueue does not keep the stream from being read.
-
+    /// As DtInetSocket says; `sender` becomes the destination. Buffers without room give
+    /// DtInetSockIncomplete. So does, with DtInetSockAsyncReceive, a chunk that is larger than the
+    /// buffers, and it is lost: buffers of DtInetUtils::getMaxPacketBufferSize() bytes (65,536)
+    /// always suffice.
+    ///
+    /// Of the before-read callbacks each gets a size of 0, and a status other than
+    /// DtInetSockFromQueue does not keep the stream from being read. @{
     int recv(char* buffer, int size, int flags) override;
     int recvToChain(DtInetSocketBufferChain& chain, int flags) override;
-
-    /// `sender` becomes the destination.
     int recvFrom(char* buffer, int size, DtInetEndpoint& sender, int flags) override;
     int recvToChainFrom(DtInetSocketBufferChain& chain, DtInetEndpoint& sender, int flags) override;
+    /// @}
 
     /// States 1 to 6.
     bool isOk() const override;
@@ -198,18 +200,21 @@ public:
     virtual bool setTcpNoDelayOption(bool on);
 
     /// How long closing waits at most for what was sent to arrive; 0 turns this off, as it is at
-    /// first.
+    /// first. @{
     virtual bool setTcpLingerOption(unsigned short seconds);
     virtual bool getTcpLingerOption(unsigned short& seconds);
+    /// @}
 
     /// Whether acceptConnection() reports a connection that the peer has given up before it was
-    /// accepted (error 103 or 71); off at first: the next one is taken.
+    /// accepted (error 103 or 71); off at first: the next one is taken. @{
     virtual bool setConnAbortedOption(bool on);
     virtual bool getConnAbortedOption(bool& on);
+    /// @}
 
-    /// Whether the system asks a silent peer now and then if it is still there; off at first.
+    /// Whether the system asks a silent peer now and then if it is still there; off at first. @{
     virtual bool setTcpKeepAliveOption(bool on);
     virtual bool getTcpKeepAliveOption(bool& on);
+    /// @}
 
     // ----------------------------------------------------------------- accepted connections
 
@@ -231,22 +236,25 @@ public:
     /// The same for a server; not open before the server listens. Null for a client.
     virtual Acceptor* tcpServerSocket();
 
-    virtual bool isServerSock() const;
+    virtual bool isServerSock() const;  ///< Whether it is for listening, be it open or not.
 
     // These have no slot, as all that follows.
 
     // ---------------------------------------------------------------- queues and event loops
 
     /// The bounds of the queues, in bytes of data; 0 for none. From any thread. A single message
-    /// above the send limit is refused as well.
+    /// above the send limit is refused as well. @{
     void setSendQueueLimit(std::size_t bytes);
     void setReceiveQueueLimit(std::size_t bytes);
     std::size_t sendQueueLimit() const;
     std::size_t receiveQueueLimit() const;
+    /// @}
 
-    /// For how long closing lets queued sends go out; 0 for not at all. A linger time goes before.
+    /// For how long closing lets queued sends go out; 0 for not at all. A linger time goes
+    /// before. @{
     void setCloseWait(double seconds);
     double closeWait() const;
+    /// @}
 
     /// A descriptor for poll, select or epoll, readable whenever receiving or accepting would find
     /// something, be it in the queue. Wait on it rather than on descriptor(), and do nothing else

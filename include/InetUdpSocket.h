@@ -89,22 +89,23 @@ public:
 
     // -------------------------------------------------------------------- sending, receiving
 
-    // A destination that is not a UDP endpoint with a port and an address gives error 89. An
-    // empty datagram cannot be sent: a size of 0 sends nothing and gives 0.
+    /// As DtInetSocket says. A destination that is not a UDP endpoint with a port and an address
+    /// gives error 89. An empty datagram cannot be sent: a size of 0 sends nothing and gives 0. @{
 
     int send(char* bytes, int size, int flags) override;
     int sendTo(char* bytes, int size, DtInetEndpoint& destination, int flags) override;
     int sendChain(DtInetSocketBufferChain& chain, int flags) override;
     int sendChainTo(DtInetSocketBufferChain& chain, DtInetEndpoint& destination,
                     int flags) override;
+    /// @}
 
-    // An empty datagram gives DtInetSockFiltered; buffers without room DtInetSockIncomplete,
-    // without reading.
-
+    /// As DtInetSocket says. An empty datagram gives DtInetSockFiltered; buffers without room
+    /// DtInetSockIncomplete, without reading. @{
     int recv(char* buffer, int size, int flags) override;
     int recvToChain(DtInetSocketBufferChain& chain, int flags) override;
     int recvFrom(char* buffer, int size, DtInetEndpoint& sender, int flags) override;
     int recvToChainFrom(DtInetSocketBufferChain& chain, DtInetEndpoint& sender, int flags) override;
+    /// @}
 
     bool isOk() const override;
     int descriptor() const override;
@@ -132,20 +133,25 @@ public:
 
     // The virtual functions from here on come after those of the base.
 
+    /// Whether the socket may send to broadcast addresses. @{
     virtual bool setBroadcastOption(bool on);
     virtual bool getBroadcastOption(bool& on);
+    /// @}
 
-    /// How many routers a datagram to one host may pass: 1 to 255; -1 for the system's default.
+    /// How many routers a datagram to one host may pass: 1 to 255; -1 for the system's default. @{
     virtual bool setTtlOption(int hops);
     virtual bool getTtlOption(int& hops);
+    /// @}
 
-    /// The same for groups: 0 to 255; 1 at first.
+    /// The same for groups: 0 to 255; 1 at first. @{
     virtual bool setMcastTtlOption(int hops);
     virtual bool getMcastTtlOption(int& hops);
+    /// @}
 
-    /// Whether this host sees what this socket sends to groups.
+    /// Whether this host sees what this socket sends to groups. @{
     virtual bool setMcastLoopOption(bool on);
     virtual bool getMcastLoopOption(bool& on);
+    /// @}
 
     /// The device that datagrams to groups go out on; null lets the system choose. The device
     /// stays the caller's and is not kept.
@@ -153,21 +159,23 @@ public:
 
     /// Joins and leaves a group on one device; with null on the device of the socket, else on
     /// that of the group's scope, else on the one that the system chooses. The socket must be
-    /// open. The port of an endpoint does not count. The device stays the caller's.
+    /// open. The port of an endpoint does not count. The device stays the caller's. @{
     virtual bool joinMulticastGroup(const DtInetAddr& group, DtInetDevice* device);
     virtual bool joinMulticastGroup(const DtInetEndpoint& group, DtInetDevice* device);
     virtual bool dropMulticastGroup(const DtInetAddr& group, DtInetDevice* device);
     virtual bool dropMulticastGroup(const DtInetEndpoint& group, DtInetDevice* device);
+    /// @}
 
     // --------------------------------------------------------------- queues and event loops
 
     // These have no slot of their own, as all that follows.
 
-    /// The bounds of the queues, in bytes of data; from any thread.
+    /// The bounds of the queues, in bytes of data; from any thread. @{
     void setSendQueueLimit(std::size_t bytes);
     void setReceiveQueueLimit(std::size_t bytes);
     std::size_t sendQueueLimit() const;
     std::size_t receiveQueueLimit() const;
+    /// @}
 
     /// A descriptor for poll, select or epoll, readable whenever a receiving call would find
     /// something, be it in a queue of the socket's. Wait on it rather than on descriptor(), and
@@ -181,8 +189,8 @@ public:
     /// What has happened to datagrams, since construction or clearStats(). totalPacketsSent()
     /// counts sending calls with all the bytes they were given; these count what really left.
     struct Counters {
-        std::uint64_t datagramsOnWire = 0;  ///< Handed to the system.
-        std::uint64_t bytesOnWire = 0;
+        std::uint64_t datagramsOnWire = 0;     ///< Handed to the system.
+        std::uint64_t bytesOnWire = 0;         ///< Of these, without headers.
         std::uint64_t sendsRefused = 0;        ///< The send queue was full.
         std::uint64_t asyncSendsFailed = 0;    ///< Lost by the sending thread.
         std::uint64_t portUnreachable = 0;     ///< Reports from hosts without that port.
@@ -191,7 +199,7 @@ public:
         std::uint64_t truncatedDatagrams = 0;  ///< Larger than the buffers.
         std::uint64_t emptyDatagrams = 0;      ///< Received without any byte.
     };
-    Counters counters() const;
+    Counters counters() const;  ///< As they are now; from any thread.
 
     /// Counters above included.
     void clearStats() override;
@@ -228,7 +236,7 @@ protected:
 
     /// For derived sockets that send through another descriptor: counts what went out there.
     void countOnWire(std::uint64_t bytes);
-    DatagramCounters& datagramCounters();
+    DatagramCounters& datagramCounters();  ///< For derived sockets within the library.
 
     /// Whether something can be sent to it: a UDP endpoint that is ok, with a port and without a
     /// wildcard address.
