@@ -41,6 +41,7 @@ DT_EXPORT bool DtSetPacketServerDirectory(const DtString& directory);
 /// killed leaves its paths: ask it for its state to be sure.
 DT_EXPORT int DtPacketServerIsAlive(int key);
 
+/// What DtOpenUnixDgram makes a socket for.
 enum DtUnixDgramAction : int { DtUnixDgramServe = 0, DtUnixDgramConnect = 1 };
 
 /// Makes a Unix-domain datagram socket. To serve, an old file at `path` is removed, the socket
@@ -66,8 +67,10 @@ DT_EXPORT int DtOpenUnixDgram(const char* path, int action, const char* label = 
 class DT_EXPORT DtBaseMsg {
 public:
     DtBaseMsg();
+    /// Copy the bytes. @{
     DtBaseMsg(const DtBaseMsg&) = default;
     DtBaseMsg& operator=(const DtBaseMsg&) = default;
+    /// @}
     virtual ~DtBaseMsg();
 
     /// Takes over a copy of these bytes in place of those it has.
@@ -82,6 +85,7 @@ public:
     /// Makes the buffer as large as `size`; bytes that find no room in it go.
     bool changeBufferSize(int size);
 
+    /// Puts them in front of what is `at` bytes from the beginning; at length(), appends them.
     bool insertBytes(int at, const void* bytes, int count);
 
     /// Removes `count` bytes, or as many as there are from `at`.
@@ -90,15 +94,16 @@ public:
     /// No bytes any more; the buffer stays.
     void clearAll();
 
-    int length() const { return length_; }
-    int bufferSize() const { return static_cast<int>(buffer_.size()); }
-    const char* data() const { return buffer_.data(); }
+    int length() const { return length_; }                               ///< Bytes held.
+    int bufferSize() const { return static_cast<int>(buffer_.size()); }  ///< Bytes of room.
+    const char* data() const { return buffer_.data(); }  ///< Good until the next change.
 
 protected:
     /// Copies up to `size` bytes from the front, as many as there are, out of the buffer or over
-    /// what is in it.
+    /// what is in it. @{
     void copyOut(void* bytes, int size) const;
     void copyOver(const void* bytes, int size);
+    /// @}
 
 private:
     std::vector<char> buffer_;
@@ -118,9 +123,8 @@ public:
     /// Nothing when the bytes are not a sound record, see DtCsKindOf.
     static std::optional<DtClientServerMsg> fromRecord(const void* bytes, int length);
 
-    /// Of the record, or of the unknown one it was made from.
-    uint8_t kind() const;
-    uint8_t version() const;
+    uint8_t kind() const;     ///< Of the record, or of the unknown one it was made from.
+    uint8_t version() const;  ///< Of the record; 0 without one.
 
     /// Writes name and version of the kind, and what the state, warning and notice kinds say,
     /// to DtInfo. An unknown kind is told to DtWarn, without an end of line.
@@ -140,15 +144,18 @@ private:
 /// Ownership: borrows the descriptor
 class DT_EXPORT DtSocketMsg : public DtClientServerMsg {
 public:
-    /// What a message of this class goes through: a descriptor, below 0 for none.
+    /// What a message of this class goes through: a descriptor, below 0 for none. @{
     using Way = int;
     static constexpr Way theNoWay = -1;
+    /// @}
 
     /// As DtClientServerMsg.
     explicit DtSocketMsg(const void* record, int descriptor = theNoWay);
 
+    /// What send() writes to. @{
     int descriptor() const { return descriptor_; }
     void setDescriptor(int descriptor) { descriptor_ = descriptor; }
+    /// @}
 
     /// Writes the record to the socket, in one piece. Returns its length; 0 without a descriptor,
     /// when the system has no room for it just now, and when it was written in part only (told
@@ -165,15 +172,18 @@ private:
 /// Ownership: borrows the writer
 class DT_EXPORT DtShmMsg : public DtClientServerMsg {
 public:
-    /// What a message of this class goes through; null for none.
+    /// What a message of this class goes through; null for none. @{
     using Way = DtShmMsgQueueWriter*;
     static constexpr Way theNoWay = nullptr;
+    /// @}
 
     /// As DtClientServerMsg.
     explicit DtShmMsg(const void* record, DtShmMsgQueueWriter* writer = theNoWay);
 
+    /// What send() writes to. @{
     DtShmMsgQueueWriter* writer() const { return writer_; }
     void setWriter(DtShmMsgQueueWriter* writer) { writer_ = writer; }
+    /// @}
 
     /// Writes the record to the queue. Returns its length; 0 without a writer; -1 when the queue
     /// does not take it.
@@ -195,7 +205,7 @@ private:
 template <typename Message, typename Record, typename Carrier>
 class DT_EXPORT DtCsMsg : public Carrier {
 public:
-    using Way = typename Carrier::Way;
+    using Way = typename Carrier::Way;  ///< A descriptor or a writer.
 
     /// Made from a record from outside; nothing when that is not a sound one of this kind, see
     /// DtCsKindOf.
@@ -219,11 +229,13 @@ protected:
     /// An empty record of the kind.
     explicit DtCsMsg(Way way) : DtCsMsg(Record(), way) {}
 
+    /// One field of the record.
     template <typename Field>
     Field get(Field Record::*field) const {
         return record().*field;
     }
 
+    /// Changes one field of the record.
     template <typename Field>
     void set(Field Record::*field, typename std::common_type<Field>::type value) {
         Record changed = record();
@@ -238,9 +250,11 @@ private:
 // -------------------------------------------------------------------------------------------
 // From the client to the server. Every class takes the descriptor that it is sent through.
 
+/// A client adds itself.
 class DT_EXPORT DtCsAddClientMsg
     : public DtCsMsg<DtCsAddClientMsg, DtCsAddClientRecord, DtSocketMsg> {
 public:
+    /// An empty record, and its fields: see DtCsAddClientRecord. @{
     explicit DtCsAddClientMsg(int descriptor = theNoWay) : DtCsMsg(descriptor) {}
 
     uint16_t modeBits() const { return get(&DtCsAddClientRecord::modeBits); }
@@ -256,11 +270,14 @@ public:
 
     /// Copies at most 160 bytes; false when the name is longer.
     bool setPoolName(const DtString& name);
+    /// @}
 };
 
+/// A client asks something of the server.
 class DT_EXPORT DtCsControlReqMsg
     : public DtCsMsg<DtCsControlReqMsg, DtCsControlReqRecord, DtSocketMsg> {
 public:
+    /// An empty record, and its fields: see DtCsControlReqRecord. @{
     explicit DtCsControlReqMsg(int descriptor = theNoWay) : DtCsMsg(descriptor) {}
 
     uint16_t request() const { return get(&DtCsControlReqRecord::request); }
@@ -268,10 +285,13 @@ public:
 
     void setRequest(uint16_t request) { set(&DtCsControlReqRecord::request, request); }
     void setClientId(uint32_t clientId) { set(&DtCsControlReqRecord::clientId, clientId); }
+    /// @}
 };
 
+/// A client changes one of its filters.
 class DT_EXPORT DtCsFilterMsg : public DtCsMsg<DtCsFilterMsg, DtCsFilterRecord, DtSocketMsg> {
 public:
+    /// An empty record, and its fields: see DtCsFilterRecord. @{
     explicit DtCsFilterMsg(int descriptor = theNoWay) : DtCsMsg(descriptor) {}
 
     uint8_t test() const { return get(&DtCsFilterRecord::test); }
@@ -283,10 +303,13 @@ public:
     void setAction(uint8_t action) { set(&DtCsFilterRecord::action, action); }
     void setClientId(uint32_t clientId) { set(&DtCsFilterRecord::clientId, clientId); }
     void setValue(uint32_t value) { set(&DtCsFilterRecord::value, value); }
+    /// @}
 };
 
+/// A client is ready for packets, or alive.
 class DT_EXPORT DtCsAckMsg : public DtCsMsg<DtCsAckMsg, DtCsAckRecord, DtSocketMsg> {
 public:
+    /// An empty record, and its fields: see DtCsAckRecord. @{
     explicit DtCsAckMsg(int descriptor = theNoWay) : DtCsMsg(descriptor) {}
 
     uint8_t code() const { return get(&DtCsAckRecord::code); }
@@ -302,11 +325,14 @@ public:
     void setMissedCount(uint32_t packets) { set(&DtCsAckRecord::missedCount, packets); }
     void setProcessId(int processId) { set(&DtCsAckRecord::processId, processId); }
     void setQueueSize(int size_bytes) { set(&DtCsAckRecord::queueSize, size_bytes); }
+    /// @}
 };
 
+/// A client wants a group to be read, or no longer.
 class DT_EXPORT DtCsMulticastReqMsg
     : public DtCsMsg<DtCsMulticastReqMsg, DtCsMulticastReqRecord, DtSocketMsg> {
 public:
+    /// An empty record, and its fields: see DtCsMulticastReqRecord. @{
     explicit DtCsMulticastReqMsg(int descriptor = theNoWay) : DtCsMsg(descriptor) {}
 
     uint16_t request() const { return get(&DtCsMulticastReqRecord::request); }
@@ -316,6 +342,7 @@ public:
     void setRequest(uint16_t request) { set(&DtCsMulticastReqRecord::request, request); }
     void setAddr(uint32_t address) { set(&DtCsMulticastReqRecord::address, address); }
     void setClientId(uint32_t clientId) { set(&DtCsMulticastReqRecord::clientId, clientId); }
+    /// @}
 };
 
 /// A packet from a client to the network. Clients have sockets of their own for that: making or
@@ -323,7 +350,7 @@ public:
 class DT_EXPORT DtCsClientPacketMsg
     : public DtCsMsg<DtCsClientPacketMsg, DtCsClientPacketRecord, DtShmMsg> {
 public:
-    explicit DtCsClientPacketMsg(DtShmMsgQueueWriter* writer = theNoWay);
+    explicit DtCsClientPacketMsg(DtShmMsgQueueWriter* writer = theNoWay);  ///< Warns.
 
     /// -1
     int send() override;
@@ -332,14 +359,18 @@ public:
 // -------------------------------------------------------------------------------------------
 // From the server to the client. The first two go through the socket, the rest through the queue.
 
+/// The queue has records.
 class DT_EXPORT DtCsMsgWaitingMsg
     : public DtCsMsg<DtCsMsgWaitingMsg, DtCsMsgWaitingRecord, DtSocketMsg> {
 public:
+    /// An empty record.
     explicit DtCsMsgWaitingMsg(int descriptor = theNoWay) : DtCsMsg(descriptor) {}
 };
 
+/// The client was not added.
 class DT_EXPORT DtCsCliQuotaMsg : public DtCsMsg<DtCsCliQuotaMsg, DtCsCliQuotaRecord, DtSocketMsg> {
 public:
+    /// An empty record.
     explicit DtCsCliQuotaMsg(int descriptor = theNoWay) : DtCsMsg(descriptor) {}
 };
 
@@ -349,24 +380,27 @@ public:
 class DT_EXPORT DtCsServerPacketMsg
     : public DtCsMsg<DtCsServerPacketMsg, DtCsServerPacketRecord, DtShmMsg> {
 public:
+    /// An empty packet.
     explicit DtCsServerPacketMsg(DtShmMsgQueueWriter* writer = theNoWay) : DtCsMsg(writer) {}
 
     /// As DtCsMsg; the packet is borrowed from `bytes`, behind the record.
     static std::optional<DtCsServerPacketMsg> fromRecord(const void* bytes, int length,
                                                          DtShmMsgQueueWriter* writer = nullptr);
 
-    const char* packet() const { return packet_; }
+    const char* packet() const { return packet_; }      ///< Borrowed.
     int packetLength() const { return packetLength_; }  ///< Bytes.
+    /// As setSender() and setSequenceNumber() take them. @{
     uint32_t senderAddress() const { return get(&DtCsServerPacketRecord::senderAddress); }
     uint16_t senderPort() const;
     uint16_t sequenceNumber() const;
+    /// @}
 
     /// A length below 0, or null, is an empty packet.
     void setPacket(const char* packet, int length_bytes);
 
     /// Address in network order, 0 for one that is not IPv4; port in the host's order.
     void setSender(uint32_t address, uint16_t port);
-    void setSequenceNumber(uint16_t number);
+    void setSequenceNumber(uint16_t number);  ///< Of the packet for this client, from 0.
 
     /// Writes record and packet as one message. Returns the length of the packet (that of the
     /// record, 16, for an empty packet); 0 without a writer; -1 when the queue does not take it.
@@ -377,9 +411,11 @@ private:
     int packetLength_ = 0;
 };
 
+/// The state of the server.
 class DT_EXPORT DtCsStateReturnMsg
     : public DtCsMsg<DtCsStateReturnMsg, DtCsStateReturnRecord, DtShmMsg> {
 public:
+    /// An empty record, and its fields: see DtCsStateReturnRecord. @{
     explicit DtCsStateReturnMsg(DtShmMsgQueueWriter* writer = theNoWay) : DtCsMsg(writer) {}
 
     uint8_t serverMode() const { return get(&DtCsStateReturnRecord::serverMode); }
@@ -395,11 +431,14 @@ public:
     void setControlClients(uint16_t count) { set(&DtCsStateReturnRecord::controlClients, count); }
     void setMaxPacketClients(int count) { set(&DtCsStateReturnRecord::maxPacketClients, count); }
     void setServerPort(uint32_t port) { set(&DtCsStateReturnRecord::serverPort, port); }
+    /// @}
 };
 
+/// What the server knows of a client.
 class DT_EXPORT DtCsCStateReturnMsg
     : public DtCsMsg<DtCsCStateReturnMsg, DtCsCStateReturnRecord, DtShmMsg> {
 public:
+    /// An empty record, and its fields: see DtCsCStateReturnRecord. @{
     explicit DtCsCStateReturnMsg(DtShmMsgQueueWriter* writer = theNoWay) : DtCsMsg(writer) {}
 
     uint16_t modeBits() const { return get(&DtCsCStateReturnRecord::modeBits); }
@@ -435,10 +474,13 @@ public:
     void setReceiveQueueSize(int size_bytes) {
         set(&DtCsCStateReturnRecord::receiveQueueSize, size_bytes);
     }
+    /// @}
 };
 
+/// The server has refused something.
 class DT_EXPORT DtCsWarningMsg : public DtCsMsg<DtCsWarningMsg, DtCsWarningRecord, DtShmMsg> {
 public:
+    /// An empty record, and its fields: see DtCsWarningRecord. @{
     explicit DtCsWarningMsg(DtShmMsgQueueWriter* writer = theNoWay) : DtCsMsg(writer) {}
 
     uint16_t number() const { return get(&DtCsWarningRecord::number); }
@@ -448,14 +490,18 @@ public:
 
     /// Copies at most 160 bytes; false when the text is longer.
     bool setText(const DtString& text);
+    /// @}
 };
 
+/// The server tells what becomes of a client.
 class DT_EXPORT DtCsNoticeMsg : public DtCsMsg<DtCsNoticeMsg, DtCsNoticeRecord, DtShmMsg> {
 public:
+    /// An empty record, and its fields: see DtCsNoticeRecord. @{
     explicit DtCsNoticeMsg(DtShmMsgQueueWriter* writer = theNoWay) : DtCsMsg(writer) {}
 
     uint16_t code() const { return get(&DtCsNoticeRecord::code); }
     void setCode(uint16_t code) { set(&DtCsNoticeRecord::code, code); }
+    /// @}
 };
 
 }  // namespace OrynRti

@@ -71,9 +71,10 @@ enum DtAttributePduStrategy : int {
 ///            its datagram; bundling copies each PDU twice
 class DT_EXPORT DtDisSocket : public DtInetUdpSocket {
 public:
+    /// What disSendSocket() gives.
     using SendSocket =
         boost::asio::basic_datagram_socket<boost::asio::ip::udp, boost::asio::any_io_executor>;
-    using BufferIterator = DtInetSocketBufferChain::const_iterator;
+    using BufferIterator = DtInetSocketBufferChain::const_iterator;  ///< Walks over a chain.
 
     /// Bundles larger than this are not made: the most that one datagram carries over IPv4.
     static constexpr int theMaxBundle_bytes = 65507;
@@ -83,14 +84,14 @@ public:
     ///     byte   0        1         2     3       4..7       8..9    10      11
     ///            version  exercise  type  family  timestamp  length  status  padding
     struct DtDisSocketPduHeader {
-        unsigned char protocolVersion;
-        unsigned char exerciseId;
-        unsigned char pduType;
-        unsigned char protocolFamily;
-        unsigned char timestamp[4];
-        unsigned char length[2];
-        unsigned char status;
-        unsigned char padding;
+        unsigned char protocolVersion;  ///< 6 is IEEE 1278.1A-1998, 7 IEEE 1278.1-2012.
+        unsigned char exerciseId;       ///< Of the exercise.
+        unsigned char pduType;          ///< 1 is Entity State.
+        unsigned char protocolFamily;   ///< 1 is Entity Information.
+        unsigned char timestamp[4];     ///< See DtNetTimeStamp.
+        unsigned char length[2];        ///< Bytes of the PDU, header included.
+        unsigned char status;           ///< PDU status; padding before version 7.
+        unsigned char padding;          ///< Not looked at.
     };
 
     /// `endpoint` is what to receive on. `sendPort` is the port of the send socket that
@@ -153,11 +154,12 @@ public:
     virtual bool setSendMcastDevice(const DtInetDevice* device);
 
     /// Joins and leaves a group with the send socket only; false without one. With null on the
-    /// interface that the system chooses.
+    /// interface that the system chooses. @{
     virtual bool sendSockJoinMulticastGroup(const DtInetAddr& group, DtInetDevice* device);
     virtual bool sendSockJoinMulticastGroup(const DtInetEndpoint& group, DtInetDevice* device);
     virtual bool sendSockDropMulticastGroup(const DtInetAddr& group, DtInetDevice* device);
     virtual bool sendSockDropMulticastGroup(const DtInetEndpoint& group, DtInetDevice* device);
+    /// @}
 
     // ------------------------------------------------------------------------------- bundling
 
@@ -174,27 +176,29 @@ public:
     /// The size alone, without which addToBundle leaves all PDUs as they are. 0 or less sends
     /// what is pending. True.
     virtual bool setMaxBundleSize(int bytes);
-    virtual int getMaxBundleSize() const;
-    virtual bool isBundling() const;
+    virtual int getMaxBundleSize() const;  ///< 0 while bundling is off.
+    virtual bool isBundling() const;       ///< Whether that is above 0.
 
-    /// The smallest datagram, or rest of one, that is taken for a PDU: 12 bytes at first.
+    /// The smallest datagram, or rest of one, that is taken for a PDU: 12 bytes at first. @{
     virtual void setMinPacketSize(int bytes);
     virtual int minPacketSize() const;
+    /// @}
 
-    /// In bytes; 0 and 1 for no padding. Counts for PDUs added from then on.
+    /// In bytes; 0 and 1 for no padding. Counts for PDUs added from then on. @{
     virtual void setBundleByteAlignment(unsigned int bytes);
     virtual unsigned int sendBundleByteAlignment() const;
+    /// @}
 
     /// What received PDUs of a protocol version are aligned to: 8 since version 7, 0 before.
     virtual unsigned int receiveBundleByteAlignment(int protocolVersion) const;
 
     // -------------------------------------------------------------------------------- filters
 
-    // Each PDU received must pass all four. At first every PDU does.
-
+    /// Each PDU received must pass all four. At first every PDU does. @{
     virtual DtPduFilterTest& exerciseId();
     virtual DtPduFilterTest& protocolVersion();
     virtual DtPduFilterTest& pduKind();
+    /// @}
 
     /// Never looks at the sender: with DtPduAcceptListed it drops every PDU, whatever is listed,
     /// else none.
@@ -243,8 +247,10 @@ public:
     virtual int minSizeFilter(int size, DtInetSocketBufferChain& chain, DtInetEndpoint& sender,
                               int* status);
 
+    /// DtAttributePduAnyVersion at first. @{
     virtual void setAttributePduStrategy(DtAttributePduStrategy strategy);
     virtual DtAttributePduStrategy attributePduStrategy() const;
+    /// @}
 
     /// The send socket, for settings that have no function here; null without one. Do not close
     /// it: the library sends through a duplicate of its descriptor.
@@ -281,9 +287,8 @@ public:
     bool removeProcessingCallback(DtInetSockProcessingType type,
                                   DtInetSocketProcessingCallback callback) override;
 
-    // The steps as processing callbacks; `socket` must be a DtDisSocket. Registered with null as
-    // user data they are handed the status.
-
+    /// The steps as processing callbacks; `socket` must be a DtDisSocket. Registered with null as
+    /// user data they are handed the status. @{
     static int addToBundle(DtInetSocket* socket, int size, DtInetSocketBufferChain& chain,
                            DtInetEndpoint& destination, void* status);
     static int unbundle(DtInetSocket* socket, int size, DtInetSocketBufferChain& chain,
@@ -296,6 +301,7 @@ public:
                                   DtInetEndpoint& sender, void* status);
     static int minSizeFilter(DtInetSocket* socket, int size, DtInetSocketBufferChain& chain,
                              DtInetEndpoint& sender, void* status);
+    /// @}
 
     // -------------------------------------------------------------------------------- counters
 
@@ -312,10 +318,10 @@ public:
         std::uint64_t restsDropped = 0;          ///< Ends of datagrams that are no PDU.
         std::uint64_t attributePdusMissing = 0;  ///< Announced, but missing or broken.
         std::uint64_t queuedPdusLost = 0;        ///< Larger than the buffers they were to go to.
-        std::uint64_t bundlesSent = 0;
-        std::uint64_t bundlesFailed = 0;  ///< With all the PDUs in them.
+        std::uint64_t bundlesSent = 0;           ///< Datagrams of one PDU or more.
+        std::uint64_t bundlesFailed = 0;         ///< With all the PDUs in them.
     };
-    DisCounters disCounters() const;
+    DisCounters disCounters() const;  ///< As they are now; from any thread.
 
     /// All counters of this socket.
     void clearStats() override;

@@ -21,7 +21,7 @@ using DtUnresolvedPair = std::pair<DtString, DtString>;
 
 /// Byte-wise order by attribute, then by name; a cleared text counts as empty.
 struct DT_EXPORT DtUnresolvedPairCompare {
-    bool operator()(const DtUnresolvedPair& left, const DtUnresolvedPair& right) const;
+    bool operator()(const DtUnresolvedPair& left, const DtUnresolvedPair& right) const;  ///< `<`
 };
 
 /// Unresolved references of the attributes of each object class, by class name.
@@ -60,26 +60,26 @@ using DtUnresolvedClassMap = std::map<DtString, std::set<DtString>>;
 class DT_EXPORT DtFedTarget {
 public:
     DtFedTarget();
-    DtFedTarget(const DtFedTarget& other);
-    DtFedTarget& operator=(const DtFedTarget& other);
+    DtFedTarget(const DtFedTarget& other);             ///< Shares the rows.
+    DtFedTarget& operator=(const DtFedTarget& other);  ///< Shares the rows.
     virtual ~DtFedTarget();
 
     /// Also decides which names are standard switches: the fourteen boolean ones for the types 1
     /// to 4, none for any other. Entries and values of switches stay as they are.
     virtual void setFomType(DtFomType type);
-    virtual DtFomType fomType() const;
+    virtual DtFomType fomType() const;  ///< As set; 0 at first.
 
-    // Spaces and dimensions, for derived targets; here nothing is stored and the answer is true.
-
+    /// Spaces and dimensions, for derived targets; here nothing is stored and the answer is true.
+    /// @{
     virtual bool addSpace(const DtString& spaceName);
     virtual bool addDimension(const DtString& dimensionName, const DtString& spaceName);
     virtual bool addDimension(const DtString& dimensionName, std::uint64_t lowerBound,
                               std::uint64_t upperBound, std::uint64_t defaultValue, bool hasDefault,
                               const DtString& normalization);
+    /// @}
 
-    // Object and interaction classes, for derived targets. A class name is the whole path from
-    // the root, joined by '.'; an add answers false when the item was held already.
-
+    /// Object and interaction classes, for derived targets. A class name is the whole path from
+    /// the root, joined by '.'; an add answers false when the item was held already. @{
     virtual bool addObjectClass(const DtString& className) = 0;
     virtual bool knownObjectClass(const DtString& className) const = 0;
     virtual bool addInteractionClass(const DtString& className) = 0;
@@ -88,10 +88,10 @@ public:
     virtual bool knownAttribute(const DtString& className, const DtString& attribute) const = 0;
     virtual bool addParameter(const DtString& className, const DtString& parameter) = 0;
     virtual bool knownParameter(const DtString& className, const DtString& parameter) const = 0;
+    /// @}
 
-    // Current values of the switches. Setting a value states nothing in the switches table;
-    // addSwitch does both.
-
+    /// Current values of the switches. Setting a value states nothing in the switches table;
+    /// addSwitch does both. @{
     virtual bool autoProvide() const;
     virtual void setAutoProvide(bool value);
     virtual bool conveyRegionDesignatorSets() const;
@@ -112,8 +112,8 @@ public:
     virtual void setExceptionReporting(bool value);
     virtual bool delaySubscriptionEvaluation() const;
     virtual void setDelaySubscriptionEvaluation(bool value);
-    /// Every call of the setter is a statement of the action, with an equal value too.
     virtual DtResignAction automaticResignAction() const;
+    /// Every call is a statement of the action, with an equal value too.
     virtual void setAutomaticResignAction(DtResignAction action);
     virtual bool nonRegulatedGrant() const;
     virtual void setNonRegulatedGrant(bool value);
@@ -123,11 +123,11 @@ public:
     virtual void setAdvisoriesUseKnownClass(bool value);
     virtual bool allowRelaxedDdm() const;
     virtual void setAllowRelaxedDdm(bool value);
+    /// @}
 
-    // Tables. An add takes a row made with `new`, each pointer once, and frees it at once when a
-    // row of its name is held: the held row stays. Null is ignored. A row is known when one equal
-    // to it is held.
-
+    /// Tables. An add takes a row made with `new`, each pointer once, and frees it at once when a
+    /// row of its name is held: the held row stays. Null is ignored. A row is known when one equal
+    /// to it is held. @{
     virtual std::size_t numUpdateRates() const;
     virtual void addUpdateRate(DtUpdateRateType* row);
     virtual bool knownUpdateRate(const DtUpdateRateType& row) const;
@@ -143,6 +143,7 @@ public:
     virtual bool transportTypeConsistencyTest(const DtTransportationType& row) const;
     /// 1 for a reliable transportation, 0 for best effort, 4294967295 for one that is not held.
     virtual std::uint32_t transportTypeFromTransportation(const DtString& name) const;
+    /// The part of mergeTarget() for this table, whatever the mask.
     virtual DtMergeFomStatus_enum mergeTransportTypes(const DtFedTarget& source);
 
     virtual std::size_t numUserSuppliedTags() const;
@@ -160,6 +161,7 @@ public:
     virtual void addSwitch(const DtString& name, bool value);
     /// Whether the switch is stated explicitly.
     virtual bool knownSwitch(const DtString& name) const;
+    /// Whether a target of this type has a boolean switch of that name.
     virtual bool isStandardSwitch(const DtString& name) const;
     /// The current value, stated or not; false when the name is no standard switch.
     virtual bool switchValue(const DtString& name) const;
@@ -193,38 +195,42 @@ public:
     virtual bool knownFixedRecordDatatype(const DtFixedRecordDatatypeType& row) const;
     virtual void addVariantRecordDataType(DtVariantRecordDatatypeType* row);
     virtual bool knownVariantRecordDatatype(const DtVariantRecordDatatypeType& row) const;
+    /// @}
 
     // Identification and dependencies.
 
     /// Adds to the identifications known here; the first one is also the model identification.
     virtual void addModelIdentification(const DtString& identification);
-    virtual bool knownModelIdentification(const DtString& identification) const;
+    virtual bool knownModelIdentification(const DtString& identification) const;  ///< If added.
+    /// Whether the two have the same modelIdentification().
     virtual bool modelIdentificationSame(const DtFedTarget& other) const;
+    /// The modules that this one says it needs. @{
     virtual void setFomDependencies(const std::vector<DtString>& dependencies);
     virtual const std::vector<DtString>& fomDependencies() const;
     virtual std::vector<DtString>& fomDependencies();
+    /// @}
 
     // Merging.
 
     /// A union of DtMergeFomTableMask values: the tables that take part in merges.
     virtual void setMergeTableMask(std::uint64_t mask);
-    virtual bool fomTableMergeEnabled(std::uint64_t table) const;
+    virtual bool fomTableMergeEnabled(std::uint64_t table) const;  ///< Whether the mask has it.
     /// Merges every enabled table, in a fixed order, and stops at the first that conflicts; what
     /// was merged before it stays. On success the unresolved references are united, whatever the
     /// mask, and " + " and the source's identification are appended to this one's, to an empty
     /// identification too. `createFederation` is false for modules that join later. A target may
     /// be merged into itself.
     virtual DtMergeFomStatus_enum mergeTarget(const DtFedTarget& source, bool createFederation);
-    /// These three are for derived targets; here they succeed.
+    /// These three are for derived targets; here they succeed. @{
     virtual DtMergeFomStatus_enum mergeSpaces(const DtFedTarget& source);
     virtual DtMergeFomStatus_enum mergeObjectClasses(const DtFedTarget& source);
     virtual DtMergeFomStatus_enum mergeInteractionClasses(const DtFedTarget& source);
+    /// @}
     /// Runs every resolve check below; each appends what it finds to `report`. The answer is
     /// success, DtMergeFomUnresolvedReferences, or DtMergeFomCheckFailed.
     virtual DtMergeFomStatus_enum postMergeCheckTarget(DtString& report);
 
-    // References to dimensions and transportations that no row defined when they were read.
-
+    /// References to dimensions and transportations that no row defined when they were read. @{
     virtual void addUnresolvedAttributeDimension(const DtString& className,
                                                  const DtString& attribute,
                                                  const DtString& dimension);
@@ -244,20 +250,21 @@ public:
                                                         const DtString& transportation);
     virtual void removeUnresolvedInteractionTransportation(const DtString& className,
                                                            const DtString& transportation);
+    /// @}
 
-    virtual const DtString& modelIdentification() const;
-    virtual const DtString& lastError() const;
+    virtual const DtString& modelIdentification() const;  ///< With those merged, joined by " + ".
+    virtual const DtString& lastError() const;            ///< See the class comment.
     /// Strict checking compares every field of rows that have fields to compare, and makes
-    /// conflicts fail the merge instead of being warned about.
+    /// conflicts fail the merge instead of being warned about. @{
     virtual bool isStrictChecking() const;
     virtual void setStrictChecking(bool strict);
-    virtual void mergeUnresolved(const DtFedTarget& source);
+    /// @}
+    virtual void mergeUnresolved(const DtFedTarget& source);  ///< All four unions below.
 
-    // Checks after merging. Each appends to `report` and answers whether all is well; those that
-    // have no comment accept everything here. Overrides for dimensions, object classes,
-    // attributes, interaction classes and parameters set `unresolvedReferences_` for a reference
-    // that stays unresolved.
-
+    /// Checks after merging. Each appends to `report` and answers whether all is well; those that
+    /// have no comment of their own accept everything here. Overrides for dimensions, object
+    /// classes, attributes, interaction classes and parameters set `unresolvedReferences_` for a
+    /// reference that stays unresolved. @{
     virtual bool resolveObjectModelIdentification(DtString& report);
     virtual bool resolveObjectClasses(DtString& report);
     virtual bool resolveInteractionClasses(DtString& report);
@@ -279,20 +286,20 @@ public:
     virtual bool resolveDatatypes(DtString& report);
     virtual bool resolveNotes(DtString& report);
     virtual bool resolveServiceUsage(DtString& report);
+    /// @}
 
-    // Unions of unresolved references, set by set.
-
+    /// Unions of unresolved references, set by set. @{
     virtual void uniteUnresolvedAttributeDimensions(const DtUnresolvedAttributeMap& source);
     virtual void uniteUnresolvedAttributeTransportations(const DtUnresolvedAttributeMap& source);
     virtual void uniteUnresolvedClassDimensions(const DtUnresolvedClassMap& source);
     virtual void uniteUnresolvedInteractionTransportations(const DtUnresolvedClassMap& source);
+    /// @}
 
     /// Whether the texts are equal once blanks, tabs and line ends are taken out.
     virtual bool checkStringsIgnoringWhiteSpaceAndNewline(const DtString& a,
                                                           const DtString& b) const;
 
-    // The tables.
-
+    /// What is held, stated and left unresolved. @{
     const DtFomTable<DtTimeType>& timeTypes() const { return timeTypes_; }
     const DtFomTable<DtUserSuppliedTagsType>& userSuppliedTags() const { return userSuppliedTags_; }
     const DtFomTable<DtSynchronizationPointsType>& syncPoints() const { return syncPoints_; }
@@ -329,9 +336,9 @@ public:
     }
     std::uint64_t mergeTableMask() const { return mergeTableMask_; }
     bool isAutomaticResignActionExplicit() const { return automaticResignActionExplicit_; }
+    /// @}
 
-    // The switches of a given target, which is never null.
-
+    /// The switches of a given target, which is never null. @{
     static bool autoProvide(const DtFedTarget* target);
     static void setAutoProvide(DtFedTarget* target, bool value);
     static bool conveyRegionDesignatorSets(const DtFedTarget* target);
@@ -360,10 +367,10 @@ public:
     static void setAdvisoriesUseKnownClass(DtFedTarget* target, bool value);
     static bool allowRelaxedDdm(const DtFedTarget* target);
     static void setAllowRelaxedDdm(DtFedTarget* target, bool value);
+    /// @}
 
-    // Class-wide defaults, copied by every new target: all false, and
-    // DtCancelThenDeleteThenDivest, until set otherwise.
-
+    /// Class-wide defaults, copied by every new target: all false, and
+    /// DtCancelThenDeleteThenDivest, until set otherwise. @{
     static bool defaultAutoProvide();
     static void setDefaultAutoProvide(bool value);
     static bool defaultConveyRegionDesignatorSets();
@@ -394,6 +401,7 @@ public:
     static void setDefaultAdvisoriesUseKnownClass(bool value);
     static bool defaultAllowRelaxedDdm();
     static void setDefaultAllowRelaxedDdm(bool value);
+    /// @}
 
     /// The enumerator's name without its leading "Dt"; "unknown" for any other number.
     static DtString enumAsString(DtResignAction action);
@@ -402,13 +410,12 @@ public:
     static DtString enumAsString(DtMergeFomTableMask table);
 
 protected:
-    using SwitchSetter = void (DtFedTarget::*)(bool);
+    using SwitchSetter = void (DtFedTarget::*)(bool);  ///< One of the setters above.
 
     /// Fills the setter table for the current type.
     void initSwitchSetters();
 
-    // The data members stand in a fixed order as well.
-
+    /// What the observers give; these members stand in a fixed order as well. @{
     DtFomType fomType_ = DtFomTypeUnknown;
     DtString modelIdentification_;
     DtFomTable<DtTimeType> timeTypes_;
@@ -427,7 +434,9 @@ protected:
     /// By standard switch name. Members, not closures, so that a copied target sets itself.
     std::map<DtString, SwitchSetter> switchSetters_;
     DtString lastError_;
+    /// @}
 
+    /// The names that the object model gives the switches. @{
     DtString advisoriesUseKnownClassName_ = "advisoriesUseKnownClass";
     DtString allowRelaxedDdmName_ = "allowRelaxedDDM";
     DtString attributeRelevanceAdvisoryName_ = "attributeRelevanceAdvisory";
@@ -443,8 +452,9 @@ protected:
     DtString objectClassRelevanceAdvisoryName_ = "objectClassRelevanceAdvisory";
     DtString serviceReportingName_ = "serviceReporting";
     DtString sendServiceReportsToFileName_ = "sendServiceReportsToFile";
+    /// @}
 
-    // Values in force.
+    /// Values in force, what takes part in merges, and what was left unresolved. @{
     bool autoProvide_;
     bool conveyRegionDesignatorSets_;
     bool conveyProducingFederate_;
@@ -471,6 +481,7 @@ protected:
     DtUnresolvedAttributeMap unresolvedAttributeTransportations_;
     DtUnresolvedClassMap unresolvedClassDimensions_;
     DtUnresolvedClassMap unresolvedInteractionTransportations_;
+    /// @}
 
     /// Set by the checks of the object-model part, cleared by postMergeCheckTarget.
     bool unresolvedReferences_ = false;

@@ -11,10 +11,11 @@
 #include "Print.h"
 #include "String.h"
 
-namespace OrynRti {
-
+/// @file
 /// Merging of one table of rows, for the row types of FomComponents.h and for any other type that
 /// has their operations and whose rows, when equal, have the same name.
+
+namespace OrynRti {
 
 /// The row of `held` where `row` stands or would stand: the first one that is not before it.
 /// `from` is a row that is not behind that place. Tables that are merged mostly have the same
@@ -45,8 +46,9 @@ bool consistencyTest(const std::set<std::shared_ptr<T>, FomTypeCompare<T>>& held
 /// a growing vector, between the small ones of the tables, slow the allocator down.
 template <typename T>
 struct DtFomNewRow {
-    typename std::set<std::shared_ptr<T>, FomTypeCompare<T>>::const_iterator before;
-    const std::shared_ptr<T>* row;
+    typename std::set<std::shared_ptr<T>, FomTypeCompare<T>>::const_iterator
+        before;                     ///< In the table that is to hold it.
+    const std::shared_ptr<T>* row;  ///< In the table that it comes from.
 };
 
 /// What `mergeComponent` reports of the rows that conflict. True when there were none, and then

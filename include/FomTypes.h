@@ -3,10 +3,11 @@
 
 #include <cstdint>
 
-namespace OrynRti {
-
+/// @file
 /// The enumerations of FOM merging. Their underlying types are fixed, so any number that was
 /// stored or received may be held in one; numbers without an enumerator are simply unknown.
+
+namespace OrynRti {
 
 /// The edition of the standard that a target's object model follows.
 enum DtFomType : int {

@@ -92,7 +92,7 @@ public:
     /// Closes an earlier connection first. False when there is no server, it does not answer in
     /// time, or it does not take the client: see lastError().
     bool connect(int key, const DtPacketServerClientOptions& options = {});
-    bool isConnected() const;
+    bool isConnected() const;  ///< As far as connect() and receive() have seen.
 
     /// Leaves the server and removes the shared memory. Filters, groups and statistics stay.
     void close();
@@ -107,12 +107,12 @@ public:
     /// some of the new ones until the last of them has reached the server.
     bool setFilter(DtCsFilterTest test, DtPduTestOperator op, int count,
                    const unsigned int* values);
-    bool clearFilter(DtCsFilterTest test);
+    bool clearFilter(DtCsFilterTest test);  ///< Lets everything pass this test.
 
     /// An IPv4 group that the server shall read, too. At most 32. Other clients get its packets
     /// as well, unless they filter.
     bool joinGroup(const DtInetAddr& group);
-    bool leaveGroup(const DtInetAddr& group);
+    bool leaveGroup(const DtInetAddr& group);  ///< False for a group that was not joined.
 
     /// Takes the next packet. `length` becomes that of the packet; at most `size` bytes of it are
     /// copied. `timeout_s` of 0 does not wait, below 0 waits without limit. `sender` may be null;
@@ -128,16 +128,17 @@ public:
     /// timeout until it gives DtPacketNone. The same from connect() to close().
     int pollDescriptor();
 
-    const DtPacketServerClientStatistics& statistics() const;
+    const DtPacketServerClientStatistics& statistics() const;  ///< As of the last call.
 
     /// Asks the server for its state and for what it knows of this client. The answer comes
     /// between the packets: receive() takes it and raises `stateAnswers`. False when the request
     /// was not sent.
     bool requestState();
 
-    /// The last answers; all 0 before the first connect(), which brings one.
+    /// The last answers; all 0 before the first connect(), which brings one. @{
     const DtCsStateReturnRecord& serverState() const;
     const DtCsCStateReturnRecord& clientState() const;
+    /// @}
 
     /// Whether packets are PDUs, and not datagrams.
     bool serverUnbundles() const;

@@ -37,8 +37,8 @@ public:
     /// Where the segment begins in this process.
     void* address() const;
 
-    const DtString& name() const;
-    int segmentId() const;
+    const DtString& name() const;  ///< As given.
+    int segmentId() const;         ///< As the calls of System V IPC take it.
 
     /// What the semaphores of the pool go by too; 0 (IPC_PRIVATE) for a private segment.
     key_t key() const;
@@ -54,20 +54,21 @@ public:
     pid_t creatorPid() const;
 
 protected:
-    DtSharedMemoryPool(const DtString& name, key_t key);
+    DtSharedMemoryPool(const DtString& name, key_t key);  ///< Attaches to nothing yet.
 
     /// Not virtual: a pool is not destroyed through this type.
     ~DtSharedMemoryPool();
 
     /// Maps the segment; false with errno.
     bool attach();
-    void detach();
+    void detach();  ///< Unmaps the segment, if it is mapped.
 
-    // The order of the first three members is fixed.
+    /// What the observers give. The order of the first three members is fixed. @{
     DtString name_;
     void* address_ = nullptr;
     int id_ = -1;
     key_t key_;
+    /// @}
 };
 
 /// Creates the shared segment of a name, and removes it at the end.
@@ -110,7 +111,7 @@ private:
 /// Errors:    the constructor throws a DtException with the system's text
 class DT_EXPORT DtSharedMemoryPoolClient : public DtSharedMemoryPool {
 public:
-    explicit DtSharedMemoryPoolClient(const DtString& name);
+    explicit DtSharedMemoryPoolClient(const DtString& name);  ///< That of the manager.
 
     /// Detaches; the segment stays.
     ~DtSharedMemoryPoolClient();

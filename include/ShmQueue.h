@@ -84,18 +84,20 @@ public:
     /// How large a segment a queue with `size` bytes of records needs.
     static constexpr int segmentSize(int size) { return size + int{sizeof(Dt_Shm_Msg_Queue)}; }
 
-    // Semaphores. All return 0 or -1. Numbers beyond what a semaphore can count (32767) are
-    // refused, and 0 asks nothing of the system.
+    // Semaphores. All return 0 or -1.
 
     /// Takes the lock of the front; without `wait`, -1 at once when another process has it. The
     /// system gives it back for a process that dies.
     int lockFront(bool wait);
-    int unlockFront();
+    int unlockFront();  ///< Gives the lock of the front back.
 
+    /// Add to a semaphore, or wait until so many can be taken from it. Numbers beyond what a
+    /// semaphore can count (32767) are refused, and 0 asks nothing of the system. @{
     int incrByteCount(int bytes);
-    int decrByteCount(int bytes);  ///< Waits for them.
+    int decrByteCount(int bytes);
     int incrPacketCount(int packets);
-    int decrPacketCount(int packets);  ///< Waits for them.
+    int decrPacketCount(int packets);
+    /// @}
 
     /// Waits until there is a packet, and leaves it there: 1 then, 0 when the time is over, -1
     /// when the semaphores are gone or refuse. `seconds` below 0 is without limit. In a queue
@@ -108,10 +110,12 @@ public:
     /// Tells every reader to stop, also those that wait: `Read` then gives -1 and status 4 for
     /// 2, status 3 for any other value but 0. Back to 0, they read on.
     void setGoAway(uint8_t value);
-    uint8_t goAway() const;
+    uint8_t goAway() const;  ///< 0 while nobody is to stop.
 
+    /// A word of the programs' own, which the queue does not look at. @{
     void setNotifyReader(int value);
     int notifyReader() const;
+    /// @}
 
     /// The size of the area of records, in bytes.
     int getPhysEnd() const;
@@ -119,11 +123,11 @@ public:
 protected:
     /// How the queue works, in one look at its header.
     struct Mode {
-        bool blockingRead;
-        bool blockingWrite;
-        bool dropOldest;
+        bool blockingRead;   ///< The packet semaphore counts the messages.
+        bool blockingWrite;  ///< Writers wait on the byte semaphore.
+        bool dropOldest;     ///< Writers overwrite what is unread.
     };
-    Mode mode() const;
+    Mode mode() const;  ///< As it is now, whatever another process has made of it.
 
     /// Takes packets if that many are there. -1 with `errno` EAGAIN, and no line, if not.
     int takePacketsAtOnce(int packets);
@@ -135,9 +139,10 @@ protected:
     /// Whether an operation that failed with this error did so because the set is gone.
     static bool isGone(int error);
 
-    static constexpr int theLargestCount = 32767;
+    static constexpr int theLargestCount = 32767;  ///< That a semaphore can count.
 
-    // The order of the members up to takePackets_ is fixed.
+    /// The queue, and the operations on its two semaphores. The order of these members is
+    /// fixed. @{
     Dt_Shm_Msg_Queue* queue_;
     int size_;
     int semId_;
@@ -147,6 +152,7 @@ protected:
     sembuf takeBytes_;
     sembuf addPackets_;
     sembuf takePackets_;
+    /// @}
 
 private:
     void initialise(bool dropOldest);

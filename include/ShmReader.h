@@ -49,7 +49,7 @@ public:
     /// drops the oldest, beyond the moment that the lock may take.
     int Read(char* buffer, int size, int* status) override;
 
-    uint64_t readCount() const;
+    uint64_t readCount() const;  ///< Messages taken, dropped ones included.
 
 private:
     bool getPacket(const Mode& mode, bool& got, int& status);

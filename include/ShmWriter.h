@@ -42,10 +42,9 @@ public:
     int Write(const char* buffer, int length) override;
     int Writev(const char* const* buffers, const int* lengths, int count) override;
 
-    uint64_t failedCount() const;
-    /// Messages that were overwritten unread.
-    uint64_t droppedCount() const;
-    uint64_t writtenCount() const;
+    uint64_t failedCount() const;   ///< Messages that were not written.
+    uint64_t droppedCount() const;  ///< Messages that were overwritten unread.
+    uint64_t writtenCount() const;  ///< Messages that were written.
 
 private:
     struct Message;
