@@ -13,9 +13,9 @@
 /// struct in_addr. Every record begins with its kind and the version; the kind fixes the size.
 ///
 ///     0      1         2
-///    +------+---------+--------//
-///    | kind | version | fields
-///    +------+---------+--------//
+///     +------+---------+--------//
+///     | kind | version | fields
+///     +------+---------+--------//
 ///
 /// A new record is an empty one of its kind, with all fields 0. What the fields are for is told in
 /// docs/packet-server.md.
@@ -64,11 +64,11 @@ enum DtCsClientType : uint8_t { DtCsPacketClient = 0, DtCsControlClient = 1 };
 
 /// What a ControlReq asks for.
 enum DtCsRequest : uint16_t {
-    DtCsAskState = 0,
-    DtCsTurnExternal = 1,
-    DtCsTurnInternal = 2,
-    DtCsStop = 3,
-    DtCsLeave = 4
+    DtCsAskState = 0,      ///< StateReturn and CStateReturn are the answer.
+    DtCsTurnExternal = 1,  ///< Serve packet clients.
+    DtCsTurnInternal = 2,  ///< Let all packet clients go.
+    DtCsStop = 3,          ///< End.
+    DtCsLeave = 4          ///< Let this client go.
 };
 
 /// Which byte of a packet a filter looks at, or its sender.
@@ -81,11 +81,11 @@ enum DtCsFilterTest : uint8_t {
 
 /// What a Filter does with its value.
 enum DtCsFilterAction : uint8_t {
-    DtCsAcceptOnly = 0,  ///< The value; forgets earlier values.
-    DtCsReject = 1,      ///< The value; forgets earlier values.
-    DtCsAddValue = 2,
-    DtCsRemoveValue = 3,
-    DtCsPassAll = 4
+    DtCsAcceptOnly = 0,   ///< The value; forgets earlier values.
+    DtCsReject = 1,       ///< The value; forgets earlier values.
+    DtCsAddValue = 2,     ///< To the list.
+    DtCsRemoveValue = 3,  ///< From the list.
+    DtCsPassAll = 4       ///< Without regard to the value.
 };
 
 /// What an Ack says.
@@ -108,11 +108,11 @@ enum DtCsWarningNumber : uint16_t {
 
 /// What a Notice says.
 enum DtCsNoticeCode : uint16_t {
-    DtCsNowExternal = 0,
-    DtCsNowInternal = 1,
-    DtCsQuotaExceeded = 2,
-    DtCsPing = 3,
-    DtCsClosing = 4
+    DtCsNowExternal = 0,    ///< Packet clients are served.
+    DtCsNowInternal = 1,    ///< Packet clients have been let go.
+    DtCsQuotaExceeded = 2,  ///< There are too many: this client has been let go.
+    DtCsPing = 3,           ///< Only a sign of life.
+    DtCsClosing = 4         ///< The server ends: this client has been let go.
 };
 
 /// What a MulticastReq asks for.
@@ -138,11 +138,11 @@ static_assert(offsetof(DtCsMsgWaitingRecord, version) == 1);
 
 /// A client adds itself, and names the queue it has made.
 ///
-///    +------+---------+------+---------+---------+---------+-----------//
-///    | kind | version | mode | process | queue   | client  | pool name
-///    |      |         | bits | id      | size    | type    |
-///    +------+---------+------+---------+---------+---------+-----------//
-///    0      1         2      4         8         12        16        176
+///     +------+---------+------+---------+---------+---------+-----------//
+///     | kind | version | mode | process | queue   | client  | pool name
+///     |      |         | bits | id      | size    | type    |
+///     +------+---------+------+---------+---------+---------+-----------//
+///     0      1         2      4         8         12        16        176
 struct DtCsAddClientRecord {
     /// Kind and version. @{
     static constexpr DtCsKind theKind = DtCsAddClient;
@@ -177,10 +177,10 @@ static_assert(sizeof(DtCsClientPacketRecord) == 8);
 
 /// A client asks something of the server, a DtCsRequest.
 ///
-///    +------+---------+---------+-----------+
-///    | kind | version | request | client id |
-///    +------+---------+---------+-----------+
-///    0      1         2         4           8
+///     +------+---------+---------+-----------+
+///     | kind | version | request | client id |
+///     +------+---------+---------+-----------+
+///     0      1         2         4           8
 struct DtCsControlReqRecord {
     /// Kind and version. @{
     static constexpr DtCsKind theKind = DtCsControlReq;
@@ -197,10 +197,10 @@ static_assert(offsetof(DtCsControlReqRecord, clientId) == 4);
 
 /// A client changes one of its filters.
 ///
-///    +------+---------+------+--------+-----------+-------+
-///    | kind | version | test | action | client id | value |
-///    +------+---------+------+--------+-----------+-------+
-///    0      1         2      3        4           8      12
+///     +------+---------+------+--------+-----------+-------+
+///     | kind | version | test | action | client id | value |
+///     +------+---------+------+--------+-----------+-------+
+///     0      1         2      3        4           8      12
 struct DtCsFilterRecord {
     /// Kind and version. @{
     static constexpr DtCsKind theKind = DtCsFilter;
@@ -221,10 +221,10 @@ static_assert(offsetof(DtCsFilterRecord, value) == 8);
 
 /// A client is ready for packets, or alive.
 ///
-///    +------+---------+------+---+-----------+-------+--------+---------+------------+
-///    | kind | version | code |   | client id | read  | missed | process | queue size |
-///    +------+---------+------+---+-----------+-------+--------+---------+------------+
-///    0      1         2      3   4           8       12       16        20          24
+///     +------+---------+------+---+-----------+-------+--------+---------+------------+
+///     | kind | version | code |   | client id | read  | missed | process | queue size |
+///     +------+---------+------+---+-----------+-------+--------+---------+------------+
+///     0      1         2      3   4           8       12       16        20          24
 struct DtCsAckRecord {
     /// Kind and version. @{
     static constexpr DtCsKind theKind = DtCsAck;
@@ -250,11 +250,11 @@ static_assert(offsetof(DtCsAckRecord, queueSize) == 20);
 
 /// A packet from the network; its bytes follow the record.
 ///
-///    +------+---------+---+--------+---------+-----------------+--------//
-///    | kind | version |   | packet | sender  | port, sequence  | packet
-///    |      |         |   | length | address | number << 16    |
-///    +------+---------+---+--------+---------+-----------------+--------//
-///    0      1         2   4        8         12               16
+///     +------+---------+---+--------+---------+-----------------+--------//
+///     | kind | version |   | packet | sender  | port, sequence  | packet
+///     |      |         |   | length | address | number << 16    |
+///     +------+---------+---+--------+---------+-----------------+--------//
+///     0      1         2   4        8         12               16
 struct DtCsServerPacketRecord {
     /// Kind and version. @{
     static constexpr DtCsKind theKind = DtCsServerPacket;
@@ -274,11 +274,11 @@ static_assert(offsetof(DtCsServerPacketRecord, portAndSequence) == 12);
 
 /// The state of the server.
 ///
-///    +------+---------+--------+------+---------+---------+-----------+--------+
-///    | kind | version | server | un-  | packet  | control | most      | server |
-///    |      |         | mode   |bundle| clients | clients | clients   | port   |
-///    +------+---------+--------+------+---------+---------+-----------+--------+
-///    0      1         2        3      4         6         8           12      16
+///     +------+---------+--------+------+---------+---------+-----------+--------+
+///     | kind | version | server | un-  | packet  | control | most      | server |
+///     |      |         | mode   |bundle| clients | clients | clients   | port   |
+///     +------+---------+--------+------+---------+---------+-----------+--------+
+///     0      1         2        3      4         6         8           12      16
 struct DtCsStateReturnRecord {
     /// Kind and version. @{
     static constexpr DtCsKind theKind = DtCsStateReturn;
@@ -303,16 +303,16 @@ static_assert(offsetof(DtCsStateReturnRecord, serverPort) == 12);
 
 /// What the server knows of a client.
 ///
-///    +------+---------+------+--------+---------+--------+---+-----------+---------+
-///    | kind | version | mode | client | filters | groups |   | client id | process |
-///    |      |         | bits | type   |         |        |   |           | id      |
-///    +------+---------+------+--------+---------+--------+---+-----------+---------+
-///    0      1         2      4        5         6        7   8           12       16
-///    +------+----------+---------+---------+------------+---------------+
-///    | sent | received | dropped | dropped | send queue | receive queue |
-///    |      |          | old     | new     | size       | size          |
-///    +------+----------+---------+---------+------------+---------------+
-///    16     20         24        28        32           36             40
+///     +------+---------+------+--------+---------+--------+---+-----------+---------+
+///     | kind | version | mode | client | filters | groups |   | client id | process |
+///     |      |         | bits | type   |         |        |   |           | id      |
+///     +------+---------+------+--------+---------+--------+---+-----------+---------+
+///     0      1         2      4        5         6        7   8           12       16
+///     +------+----------+---------+---------+------------+---------------+
+///     | sent | received | dropped | dropped | send queue | receive queue |
+///     |      |          | old     | new     | size       | size          |
+///     +------+----------+---------+---------+------------+---------------+
+///     16     20         24        28        32           36             40
 struct DtCsCStateReturnRecord {
     /// Kind and version. @{
     static constexpr DtCsKind theKind = DtCsCStateReturn;
@@ -350,10 +350,10 @@ static_assert(offsetof(DtCsCStateReturnRecord, receiveQueueSize) == 36);
 
 /// The server has refused something.
 ///
-///    +------+---------+--------+-------//
-///    | kind | version | number | text
-///    +------+---------+--------+-------//
-///    0      1         2        4     164
+///     +------+---------+--------+-------//
+///     | kind | version | number | text
+///     +------+---------+--------+-------//
+///     0      1         2        4     164
 struct DtCsWarningRecord {
     /// Kind and version. @{
     static constexpr DtCsKind theKind = DtCsWarning;
@@ -370,10 +370,10 @@ static_assert(offsetof(DtCsWarningRecord, text) == 4);
 
 /// The server tells what becomes of a client.
 ///
-///    +------+---------+------+
-///    | kind | version | code |
-///    +------+---------+------+
-///    0      1         2      4
+///     +------+---------+------+
+///     | kind | version | code |
+///     +------+---------+------+
+///     0      1         2      4
 struct DtCsNoticeRecord {
     /// Kind and version. @{
     static constexpr DtCsKind theKind = DtCsNotice;
@@ -388,10 +388,10 @@ static_assert(offsetof(DtCsNoticeRecord, code) == 2);
 
 /// A client wants a group to be read, or no longer.
 ///
-///    +------+---------+---------+---------+-----------+
-///    | kind | version | request | address | client id |
-///    +------+---------+---------+---------+-----------+
-///    0      1         2         4         8          12
+///     +------+---------+---------+---------+-----------+
+///     | kind | version | request | address | client id |
+///     +------+---------+---------+---------+-----------+
+///     0      1         2         4         8          12
 struct DtCsMulticastReqRecord {
     /// Kind and version. @{
     static constexpr DtCsKind theKind = DtCsMulticastReq;

@@ -29,8 +29,8 @@ struct DisEventCounters;
 
 /// Which PDUs may announce by their PDU status that an Attribute PDU follows.
 enum DtAttributePduStrategy : int {
-    DtAttributePduSince7 = 1,  ///< Those of protocol version 7 and later.
-    DtAttributePduAnyVersion = 2
+    DtAttributePduSince7 = 1,     ///< Those of protocol version 7 and later.
+    DtAttributePduAnyVersion = 2  ///< All; the choice at first.
 };
 
 /// A UDP socket for DIS protocol data units (IEEE 1278.1, 1278.2): it splits datagrams of several
@@ -127,8 +127,9 @@ public:
 
     // -------------------------------------------------------------------------------- options
 
-    // Where self-reflection is suppressed these reach the send socket as well. Unless that one
-    // is open they then return false, although the receiving socket has taken the setting.
+    /// As the base says. Where self-reflection is suppressed these reach the send socket as well.
+    /// Unless that one is open they then return false, although the receiving socket has taken
+    /// the setting. @{
 
     bool setNonBlockingOption(bool on) override;
     bool setReuseAddressOption(bool on) override;
@@ -139,6 +140,7 @@ public:
     bool setReceiveLowWatermark(unsigned int bytes) override;
     bool setBroadcastOption(bool on) override;
     bool setMcastTtlOption(int hops) override;
+    /// @}
 
     // The virtual functions from here on come after those of the base.
 
@@ -247,7 +249,7 @@ public:
     virtual int minSizeFilter(int size, DtInetSocketBufferChain& chain, DtInetEndpoint& sender,
                               int* status);
 
-    /// DtAttributePduAnyVersion at first. @{
+    /// Which PDUs may announce an Attribute PDU: DtAttributePduAnyVersion at first. @{
     virtual void setAttributePduStrategy(DtAttributePduStrategy strategy);
     virtual DtAttributePduStrategy attributePduStrategy() const;
     /// @}

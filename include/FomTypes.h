@@ -60,7 +60,7 @@ constexpr std::uint64_t DtMergeFomAllTables = 0x7FFFF;
 /// numbers of their own for the object-model part.
 enum DtMergeFomStatus_enum : int {
     DtMergeFomSwitchesConflict = 1,  ///< switches or the automatic resign action
-    DtMergeFomCheckFailed = 3,
+    DtMergeFomCheckFailed = 3,       ///< the check after the merges found something else
     DtMergeFomUpdateRatesConflict = 4,
     DtMergeFomTransportTypesConflict = 5,
     DtMergeFomSyncPointsConflict = 6,

@@ -26,13 +26,13 @@ class DtInetSocket;
 /// Bits of the option word that a socket is made with; DtInetSocket::flags() gives it back, as
 /// the setters have changed it since. Without any word a socket has theDtInetSockDefaultOptions.
 enum DtInetSockOption : unsigned int {
-    DtInetSockReceive = 0x001,
-    DtInetSockSend = 0x002,
-    DtInetSockNonBlocking = 0x040,
+    DtInetSockReceive = 0x001,       ///< May receive.
+    DtInetSockSend = 0x002,          ///< May send.
+    DtInetSockNonBlocking = 0x040,   ///< Calls that would have to wait return at once.
     DtInetSockBroadcast = 0x080,     ///< May send to broadcast addresses.
     DtInetSockAsyncReceive = 0x100,  ///< A thread of the socket's own receives into a queue.
     DtInetSockAsyncSend = 0x200,     ///< A thread of the socket's own sends from a queue.
-    DtInetSockReuseAddress = 0x400,
+    DtInetSockReuseAddress = 0x400,  ///< May take a port that others use with this set.
     DtInetSockMcastLoopback = 0x800  ///< This host sees what is sent to groups.
 };
 
@@ -43,14 +43,14 @@ constexpr unsigned int theDtInetSockDefaultOptions = DtInetSockReceive | DtInetS
 
 /// What DtInetSocket::state() answers. Above 0 is usable, except for the last two.
 enum DtInetSockState : int {
-    DtInetSockError = -1,
-    DtInetSockInitial = 0,
-    DtInetSockServerOpen = 1,
+    DtInetSockError = -1,      ///< The last operation has failed.
+    DtInetSockInitial = 0,     ///< Never opened.
+    DtInetSockServerOpen = 1,  ///< A server that does not listen yet.
     DtInetSockOpen = 2,
     DtInetSockListening = 3,
-    DtInetSockConnecting = 4,
+    DtInetSockConnecting = 4,  ///< A non-blocking socket is being connected.
     DtInetSockConnected = 6,
-    DtInetSockTerminated = 8,
+    DtInetSockTerminated = 8,  ///< The peer has ended its stream.
     DtInetSockClosed = 9
 };
 
@@ -58,7 +58,7 @@ enum DtInetSockState : int {
 /// bytes; callbacks of the before-read and receive chains set all of them.
 enum DtInetSockStatus : int {
     DtInetSockStatusError = -1,
-    DtInetSockFiltered = -2,
+    DtInetSockFiltered = -2,     ///< A callback let nothing through.
     DtInetSockOwnDatagram = -3,  ///< Sent by this very socket.
     DtInetSockIncomplete = -4,   ///< Incomplete, or too large for the buffers; it is lost.
     DtInetSockFromQueue = -5     ///< Delivered by a before-read callback.
@@ -88,10 +88,10 @@ using DtInetSocketProcessingCallback = int (*)(DtInetSocket* socket, int size,
 
 /// When a processing callback runs.
 enum DtInetSockProcessingType : int {
-    DtInetSockBeforeRead = 0,
-    DtInetSockAfterReceive = 1,
-    DtInetSockPreSend = 2,
-    DtInetSockPostSend = 3
+    DtInetSockBeforeRead = 0,    ///< Ahead of each read.
+    DtInetSockAfterReceive = 1,  ///< On what was received.
+    DtInetSockPreSend = 2,       ///< On what is to be sent.
+    DtInetSockPostSend = 3       ///< After each send.
 };
 
 /// One registered callback.

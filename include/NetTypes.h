@@ -10,7 +10,7 @@ namespace OrynRti {
 
 /// The byte order of every DtNet integer. A number other than 1 means host order.
 enum DtNetworkByteOrdering_enum : int {
-    DtHostByteOrder = 0,
+    DtHostByteOrder = 0,    ///< That of this machine.
     DtNetworkByteOrder = 1  ///< Big-endian; the default.
 };
 

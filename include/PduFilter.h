@@ -6,7 +6,7 @@
 
 namespace OrynRti {
 
-/// Whether the PDUs of the listed values pass, or all the others.
+/// Which PDUs pass: those of the listed values, or all others.
 enum DtPduTestOperator : int { DtPduAcceptListed = 0, DtPduRejectListed = 1 };
 
 /// What a test is given to look at.

@@ -18,7 +18,6 @@
 
 #define DT_VERSION_STRING "22.0.0"  ///< The same as a text.
 
-/// All names of the library but its macros.
 namespace OrynRti {
 
 /// The version of the library that is loaded, which may be later than that of the headers:
