@@ -12,7 +12,7 @@ namespace OrynRti {
 /// One entry of a DtHashlist: its key, and where the table's lists hold its data and its key.
 class DT_EXPORT DtHashItem {
 public:
-    /// Owns the key, which may not be null; borrows its place in the data list.
+    /// Owns the key; borrows its place in the data list.
     DtHashItem(std::unique_ptr<DtBaseHashKey> key, DtListItem* listItem);
 
     DtBaseHashKey* hashKey() const { return key_.get(); }         ///< The table's own clone.
