@@ -15,8 +15,8 @@ class DtShmMsgQueueWriter;
 
 /// One counter of a DtCounterSnapshot.
 struct DtCounter {
-    const char* name;
-    std::uint64_t value;
+    const char* name;     ///< As the table below has it.
+    std::uint64_t value;  ///< Since construction, or since the counters were last cleared.
 };
 
 /// Everything that a socket, a queue or a client of the packet server counts, as names and values:
@@ -53,19 +53,23 @@ public:
     /// Without any counter.
     DtCounterSnapshot() = default;
 
-    /// Of the socket as what it is, be it a TCP, UDP or DIS socket or derived from one.
+    /// Of the socket as what it is, be it a TCP, UDP or DIS socket or derived from one; of the
+    /// others alike. @{
     explicit DtCounterSnapshot(const DtInetSocket& socket);
     explicit DtCounterSnapshot(const DtShmMsgQueueWriter& writer);
     explicit DtCounterSnapshot(const DtShmMsgQueueReader& reader);
     explicit DtCounterSnapshot(const DtPacketServerClient& client);
+    /// @}
 
     /// Adds a counter of the program's own. `name` is borrowed for the life of the snapshot and
     /// its copies. False when there is no more room.
     bool add(const char* name, std::uint64_t value);
 
+    /// The counters in their order, for a loop. @{
     const DtCounter* begin() const { return counters_; }
     const DtCounter* end() const { return counters_ + size_; }
     std::size_t size() const { return size_; }
+    /// @}
 
     /// The counter of that name; null when there is none.
     const DtCounter* find(const char* name) const;
