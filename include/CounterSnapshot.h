@@ -15,8 +15,8 @@ class DtShmMsgQueueWriter;
 
 /// One counter of a DtCounterSnapshot.
 struct DtCounter {
-    const char* name;     ///< As the table below has it.
-    std::uint64_t value;  ///< Since construction, or since the counters were last cleared.
+    const char* name;     ///< See DtCounterSnapshot.
+    std::uint64_t value;  ///< As counted, or as given to add().
 };
 
 /// Everything that a socket, a queue or a client of the packet server counts, as names and values:

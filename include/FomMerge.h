@@ -46,9 +46,10 @@ bool consistencyTest(const std::set<std::shared_ptr<T>, FomTypeCompare<T>>& held
 /// a growing vector, between the small ones of the tables, slow the allocator down.
 template <typename T>
 struct DtFomNewRow {
-    typename std::set<std::shared_ptr<T>, FomTypeCompare<T>>::const_iterator
-        before;                     ///< In the table that is to hold it.
-    const std::shared_ptr<T>* row;  ///< In the table that it comes from.
+    /// In the table that is to hold it, and in the one that it comes from. @{
+    typename std::set<std::shared_ptr<T>, FomTypeCompare<T>>::const_iterator before;
+    const std::shared_ptr<T>* row;
+    /// @}
 };
 
 /// What `mergeComponent` reports of the rows that conflict. True when there were none, and then
