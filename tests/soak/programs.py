@@ -93,13 +93,13 @@ class Program:
         self.process.stderr.close()
 
     def await_idle(self):
-        """Waits until it uses no processor time any more."""
+        """Waits until it has nothing to do any more."""
         await_that(self._rests, f"{self.name} to rest")
 
     def _rests(self):
-        before = system.processor_ticks(self.pid)
+        before = system.work(self.pid)
         time.sleep(0.1)
-        return system.processor_ticks(self.pid) == before
+        return before[0] and system.work(self.pid) == before
 
 
 def await_that(condition, what, patience_s=PATIENCE_S):

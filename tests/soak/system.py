@@ -30,10 +30,10 @@ def own_memory_kib(pid):
     return int(re.search(r"RssAnon:\s+(\d+)", Path(f"/proc/{pid}/status").read_text())[1])
 
 
-def processor_ticks(pid):
-    """Time that a process has used; what does not grow has nothing to do."""
+def work(pid):
+    """(whether it waits for something, processor time used)."""
     words = Path(f"/proc/{pid}/stat").read_text().rsplit(")", 1)[1].split()
-    return int(words[11]) + int(words[12])
+    return words[0] == "S", int(words[11]) + int(words[12])
 
 
 def udp_socket(pid, port):
