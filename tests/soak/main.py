@@ -22,11 +22,11 @@ from judge import Judge
 class Soak:
     """What the scenes share."""
 
-    def __init__(self, tools, scratch):
+    def __init__(self, tools, scratch, seed):
         self.tools = tools
         self.capture = scratch / "traffic.pcap"
         traffic.write_capture(self.capture)
-        self.seed = random.randrange(1 << 32)
+        self.seed = seed
         self.key = 10000 + os.getpid() % 90000
         self.judge = Judge()
         self.stop = threading.Event()
@@ -67,6 +67,8 @@ class Soak:
 def arguments():
     parser = argparse.ArgumentParser(prog="scripts/soak", description=__doc__)
     parser.add_argument("minutes", type=int, help="for all of it, 1 at least")
+    parser.add_argument("--seed", type=int, default=random.randrange(1 << 32),
+                        help="of what happens to clients and datagrams; when stays by chance")
     parser.add_argument("--tools", type=Path, required=True, help="folder of the built programs")
     parser.add_argument("--apart", action="store_true",
                         help="the namespaces of network and IPC are its own")
@@ -93,7 +95,7 @@ def main():
     if options.apart:
         subprocess.run(["ip", "link", "set", "lo", "up"], check=True)
     with tempfile.TemporaryDirectory() as scratch:
-        soak = Soak(options.tools, Path(scratch))
+        soak = Soak(options.tools, Path(scratch), options.seed)
         for number in (signal.SIGINT, signal.SIGTERM):
             signal.signal(number, soak.interrupt)
         try:

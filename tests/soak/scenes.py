@@ -179,7 +179,8 @@ class Scene:
                                       f"{program.name} holds {after}; before it held {before}")
         objects = self._soak.new_ipc_objects()
         self._judge.holds_quietly(len(objects) == 4,
-                                  f"two clients with a segment and semaphores each: {objects}")
+                                  "two clients have a segment and semaphores each, but there are "
+                                  f"{sorted(objects)}")
 
     def _end_life(self, server, witness, brought):
         dropped = server.system_drops()
