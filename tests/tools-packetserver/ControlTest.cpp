@@ -132,7 +132,7 @@ TEST(Control, AnswersWithTheExitStatusOfWhatHappened) {
         std::vector<std::string> words;
         const char* text;
     } cases[] = {
-        {64, {}, "Run with --help"},
+        {64, {}, "a command is missing"},
         {64, {"run"}, "--key is required"},
         {64, {"run", "--key", "100000"}, "not in range 0 to 99999"},
         {64, {"status", "--key", "-1"}, "not in range"},

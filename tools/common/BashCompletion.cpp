@@ -5,16 +5,18 @@
 #include <cctype>
 #include <sstream>
 
+#include "HelpFormatter.h"
+
 namespace RtiqnTools {
 
 namespace {
 
-/// The options of an application that are shown in its help, each with a blank before it.
+/// The options of an application that are shown in its help, each with a blank behind it.
 std::string longOptions(const CLI::App& app) {
     std::string names;
     for (const CLI::Option* option : app.get_options())
         if (!option->get_group().empty() && !option->get_lnames().empty())
-            names += " --" + option->get_lnames().front();
+            names += "--" + option->get_lnames().front() + ' ';
     return names;
 }
 
@@ -27,7 +29,7 @@ bool isWord(const std::string& text) {
 /// The words of an argument that is described as "text|json"; nothing for any other.
 std::string choices(const CLI::Option& option) {
     std::string words;
-    std::istringstream parts(option.get_option_text());
+    std::istringstream parts(shapeOf(option));
     for (std::string part; std::getline(parts, part, '|');) {
         if (!isWord(part))
             return "";
@@ -40,6 +42,15 @@ std::string functionName(const std::string& program) {
     std::string name = "_" + program;
     std::replace(name.begin(), name.end(), '-', '_');
     return name;
+}
+
+/// The words that an argument without a name may be.
+std::string argumentChoices(const CLI::App& command) {
+    std::string words;
+    for (const CLI::Option* option : command.get_options())
+        if (option->get_positional() && words.empty())
+            words = choices(*option);
+    return words;
 }
 
 /// Completes the argument of the option that the word before names.
@@ -59,21 +70,24 @@ std::string bashCompletion(const CLI::App& program) {
     std::ostringstream values;
     std::string commands;
     for (const CLI::App* command : program.get_subcommands(nullptr)) {
-        commands += " " + command->get_name();
-        cases << "        " << command->get_name() << ") words='" << longOptions(*command)
-              << "' ;;\n";
+        commands += command->get_name() + ' ';
+        cases << "        " << command->get_name() << ") options='" << longOptions(*command)
+              << "' words='" << argumentChoices(*command) << "' ;;\n";
         writeChoices(values, *command);
     }
     script << "# Completes " << name << " in bash.\n"
            << functionName(name) << "() {\n"
            << "    local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD-1]}\n"
-           << "    local command=${COMP_WORDS[1]} words=\n"
+           << "    local command=${COMP_WORDS[1]} options= words=\n"
+           << "    # --option=value comes as three words\n"
+           << "    [ \"$word\" = = ] && word=\n"
+           << "    [ \"$before\" = = ] && before=${COMP_WORDS[COMP_CWORD-2]}\n"
+           << "    [ \"$COMP_CWORD\" -gt 1 ] || command=\n"
            << "    case $command in\n"
+           << "        '') options='" << longOptions(program) << "' words='" << commands << "' ;;\n"
            << cases.str() << "    esac\n"
-           << "    [ \"$COMP_CWORD\" -eq 1 ] && words='" << commands << longOptions(program)
-           << "'\n"
            << "    case $command:$before in\n"
-           << values.str() << "        *) [[ $COMP_CWORD -eq 1 || $word == -* ]] || words= ;;\n"
+           << values.str() << "        *) [[ $word != -* ]] || words=$options ;;\n"
            << "    esac\n"
            << "    mapfile -t COMPREPLY < <(compgen -W \"$words\" -- \"$word\")\n"
            << "}\n"

@@ -3,7 +3,9 @@
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
+#include <unistd.h>
 #include <vector>
 
 #include "Errors.h"
@@ -16,6 +18,11 @@ std::string theProgramName;
 
 [[noreturn]] void throwOutputError() {
     throw FileError(std::string("cannot write to standard output: ") + std::strerror(errno));
+}
+
+bool isSet(const char* variable) {
+    const char* value = std::getenv(variable);
+    return value && *value;
 }
 
 }  // namespace
@@ -41,7 +48,21 @@ void setProgramName(const std::string& name) {
 
 void printError(const std::string& text) {
     const std::size_t end = text.find_last_not_of('\n') + 1;
-    std::fprintf(stderr, "%s: %s\n", theProgramName.c_str(), text.substr(0, end).c_str());
+    const std::string name = styled(theProgramName + ":", Style::red, STDERR_FILENO);
+    std::fprintf(stderr, "%s %s\n", name.c_str(), text.substr(0, end).c_str());
+}
+
+bool isTerminal(int descriptor) {
+    const char* kind = std::getenv("TERM");
+    return ::isatty(descriptor) == 1 && kind && std::strcmp(kind, "dumb") != 0;
+}
+
+std::string styled(const std::string& text, Style style, int descriptor) {
+    static constexpr const char* theCodes[] = {"1", "31", "32", "33"};
+    if (text.empty() || isSet("NO_COLOR") || !isTerminal(descriptor))
+        return text;
+    return std::string("\033[") + theCodes[static_cast<std::size_t>(style)] + "m" + text +
+           "\033[0m";
 }
 
 std::string counted(unsigned long long count, const char* noun) {

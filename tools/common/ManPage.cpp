@@ -1,27 +1,64 @@
 #include "ManPage.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cctype>
 #include <sstream>
+#include <vector>
+
+#include "HelpFormatter.h"
+#include "TextLayout.h"
 
 namespace RtiqnTools {
 
 namespace {
 
-/// Text that roff shall print as it is.
+constexpr const char* thePrograms[] = {"rtiqn-dis", "rtiqn-fom", "rtiqn-packetserver"};
+
+constexpr const char* theEnvironment =
+    ".SH ENVIRONMENT\n.TP\n.B NO_COLOR\nNothing is coloured when this is set. Colours and progress "
+    "are for terminals only in any case.\n";
+
+/// What stands for a character that roff would take as its own, or print as another.
+const char* escapeOf(char character) {
+    switch (character) {
+        case '\\':
+            return "\\e";
+        case '-':
+            return "\\-";
+        case '\'':
+            return "\\(aq";
+        case '"':
+            return "\\(dq";
+        case '`':
+            return "\\(ga";
+        case '^':
+            return "\\(ha";
+        case '~':
+            return "\\(ti";
+        default:
+            return nullptr;
+    }
+}
+
+/// Text that roff shall print as it is; a line may begin with it.
 std::string escaped(const std::string& text) {
-    std::string result;
-    for (const char c : text) {
-        if ((c == '.' || c == '\'') && (result.empty() || result.back() == '\n'))
-            result += "\\&";
-        if (c == '\\')
-            result += "\\e";
-        else if (c == '-')
-            result += "\\-";
+    std::string result = text.empty() || text[0] != '.' ? "" : "\\&";
+    for (const char character : text) {
+        if (const char* escape = escapeOf(character))
+            result += escape;
         else
-            result += c;
+            result += character;
     }
     return result;
+}
+
+std::string bold(const std::string& text) {
+    return "\\fB" + escaped(text) + "\\fR";
+}
+
+std::string italic(const std::string& text) {
+    return text.empty() ? "" : "\\fI" + escaped(text) + "\\fR";
 }
 
 std::string upper(std::string text) {
@@ -30,71 +67,83 @@ std::string upper(std::string text) {
     return text;
 }
 
-/// The first sentence, to stand behind the program's name.
-std::string summary(const std::string& description) {
-    std::string sentence = description.substr(0, description.find_first_of(".\n"));
+/// To stand behind the program's name.
+std::string summary(const CLI::App& program) {
+    std::string sentence = firstSentence(program.get_description());
     if (!sentence.empty())
         sentence[0] = static_cast<char>(std::tolower(static_cast<unsigned char>(sentence[0])));
-    return sentence;
+    return escaped(sentence);
 }
 
-/// Text with empty lines between its paragraphs.
-void writeParagraphs(std::ostream& page, const std::string& text) {
-    std::istringstream lines(text);
-    for (std::string line; std::getline(lines, line);)
-        page << (line.empty() ? ".PP" : escaped(line)) << '\n';
+/// Where a text stands, and so what its headings are.
+enum class Part { program, command };
+
+void writeHeading(std::ostream& page, const std::string& text, Part part) {
+    page << (part == Part::program ? ".SH " + upper(text) : ".PP\n" + bold(text)) << '\n';
 }
 
-bool isHeading(const std::string& line) {
-    return !line.empty() && line[0] != ' ' && line.back() == ':';
-}
-
-/// Lines as they stand, their columns kept; a line such as "Examples:" becomes a heading.
-void writeLines(std::ostream& page, const std::string& text, const char* headingMacro) {
-    std::istringstream lines(text);
-    bool open = false;
-    for (std::string line; std::getline(lines, line);) {
-        if (isHeading(line)) {
-            page << (open ? ".fi\n" : "") << headingMacro << " \"";
-            const std::string title = line.substr(0, line.size() - 1);
-            page << (std::string(headingMacro) == ".SH" ? upper(title) : title) << "\"\n.nf\n";
-            open = true;
-        } else if (open || !line.empty()) {
-            page << (open ? "" : ".PP\n.nf\n") << escaped(line) << '\n';
-            open = true;
-        }
+/// `begins` tells that a heading stands before it.
+void writeText(std::ostream& page, const std::string& text, Part part, bool begins) {
+    for (const TextBlock& block : textBlocks(text)) {
+        if (block.kind == TextBlock::Kind::heading)
+            writeHeading(page, block.text, part);
+        else if (block.kind == TextBlock::Kind::paragraph)
+            page << (begins ? "" : ".PP\n") << escaped(block.text) << '\n';
+        else if (block.text.empty())
+            page << ".PP\n" << bold(block.term) << '\n';
+        else
+            page << ".TP\n" << bold(block.term) << '\n' << escaped(block.text) << '\n';
+        begins = block.kind == TextBlock::Kind::heading;
     }
-    page << (open ? ".fi\n" : "");
 }
 
-std::string nameOf(const CLI::Option& option) {
-    return option.get_positional() ? option.get_name(true, false) : option.get_name(false, true);
-}
-
-std::string argumentOf(const CLI::Option& option) {
-    const std::string text = option.get_option_text();
-    return text.find_first_not_of(' ') == std::string::npos ? "" : text;
-}
-
-void writeOption(std::ostream& page, const CLI::Option& option) {
-    page << ".TP\n\\fB" << escaped(nameOf(option)) << "\\fR";
-    if (!argumentOf(option).empty())
-        page << " \\fI" << escaped(argumentOf(option)) << "\\fR";
-    page << '\n' << escaped(option.get_description()) << '\n';
+std::vector<const CLI::Option*> shownOptions(const CLI::App& app) {
+    const bool isCommand = app.get_parent() != nullptr;
+    return app.get_options([&](const CLI::Option* option) {
+        return !option->get_group().empty() && !(isCommand && option == app.get_help_ptr());
+    });
 }
 
 void writeOptions(std::ostream& page, const CLI::App& app) {
-    for (const CLI::Option* option : app.get_options())
-        if (!option->get_group().empty())
-            writeOption(page, *option);
+    for (const CLI::Option* option : shownOptions(app))
+        page << ".TP\n"
+             << (option->get_positional() ? italic(namesOf(*option)) : bold(namesOf(*option)))
+             << (shapeOf(*option).empty() ? "" : " ") << italic(shapeOf(*option)) << '\n'
+             << escaped(option->get_description()) << '\n';
+}
+
+void writeSynopsis(std::ostream& page, const CLI::App& program) {
+    page << ".SH SYNOPSIS\n";
+    for (const CLI::App* command : program.get_subcommands(nullptr)) {
+        page << bold(program.get_name() + ' ' + command->get_name()) << " [" << italic("OPTION")
+             << "]...";
+        for (const CLI::Option* option : shownOptions(*command))
+            if (option->get_positional())
+                page << ' ' << italic(option->get_name(true))
+                     << (option->get_expected_max() > 1 ? "..." : "");
+        page << "\n.br\n";
+    }
+    page << bold(program.get_name()) << ' ' << bold("--help") << " | " << bold("--version") << '\n';
 }
 
 void writeCommand(std::ostream& page, const CLI::App& program, const CLI::App& command) {
-    page << ".SS \"" << program.get_name() << ' ' << command.get_name() << "\"\n";
-    writeParagraphs(page, command.get_description());
+    page << ".SS " << escaped(program.get_name() + ' ' + command.get_name()) << '\n';
+    writeText(page, command.get_description(), Part::command, true);
     writeOptions(page, command);
-    if (!command.get_footer().empty())
-        writeLines(page, command.get_footer(), ".PP\n.B");
+    if (command.get_footer() != program.get_footer())
+        writeText(page, command.get_footer(), Part::command, false);
+}
+
+void writeSeeAlso(std::ostream& page, const std::string& name) {
+    page << ".SH SEE ALSO\n";
+    const char* separator = "";
+    for (const char* other : thePrograms) {
+        if (other == name)
+            continue;
+        page << separator << bold(other) << "(1)";
+        separator = ",\n";
+    }
+    page << '\n';
 }
 
 }  // namespace
@@ -103,17 +152,20 @@ std::string manPage(const CLI::App& program, const std::string& version) {
     const std::string name = program.get_name();
     std::ostringstream page;
     page << ".TH " << upper(name) << " 1 \"\" \"rtiqnutil " << version << "\" \"User Commands\"\n"
+         << ".nh\n.ad l\n"
          << ".SH NAME\n"
-         << escaped(name) << " \\- " << escaped(summary(program.get_description())) << '\n'
-         << ".SH SYNOPSIS\n.B " << escaped(name) << "\n.I COMMAND\n[\\fIOPTION\\fR]...\n"
-         << ".SH DESCRIPTION\n";
-    writeParagraphs(page, program.get_description());
+         << escaped(name) << " \\- " << summary(program) << '\n';
+    writeSynopsis(page, program);
+    page << ".SH DESCRIPTION\n";
+    writeText(page, program.get_description(), Part::program, true);
     page << ".SH OPTIONS\n";
     writeOptions(page, program);
     page << ".SH COMMANDS\n";
     for (const CLI::App* command : program.get_subcommands(nullptr))
         writeCommand(page, program, *command);
-    writeLines(page, program.get_footer(), ".SH");
+    writeText(page, program.get_footer(), Part::program, false);
+    page << theEnvironment;
+    writeSeeAlso(page, name);
     return page.str();
 }
 
