@@ -1,4 +1,5 @@
 #include <cstdlib>
+#include <filesystem>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -78,6 +79,88 @@ TEST(Commands, TheOrderOfTheModulesDoesNotChangeTheTotals) {
     for (const std::string& path : Tests::harbourPaths())
         reversed = " " + path + reversed;
     EXPECT_EQ(totalsOf("merge" + reversed), totals);
+}
+
+TEST(Commands, TheDiffHasEveryRowThatAModuleBrought) {
+    const Outcome result = run(harbour("merge --diff --format json"));
+    const auto json = nlohmann::json::parse(result.out);
+    for (const auto& module : json.at("modules")) {
+        const auto& brought = module.at("brought");
+        int rows = -brought.at("datatypes").get<int>();  // which the kinds of datatype add up to
+        for (const auto& count : brought)
+            rows += count.get<int>();
+        EXPECT_EQ(module.at("added").size(), static_cast<std::size_t>(rows)) << module["path"];
+        for (const auto& row : module["added"])
+            EXPECT_THAT(row.at("place").get<std::string>(), StartsWith(module["path"]));
+    }
+    EXPECT_THAT(run(harbour("merge --diff")).out,
+                HasSubstr("\nHarbourCargo.xml adds\n  Object Classes\n    + HLAobjectRoot."));
+}
+
+TEST(Commands, TheDiffTellsCompletedRowsFromNewOnes) {
+    const Tests::ModuleFile scaffold(
+        "<objectModel><objects><objectClass name='HLAobjectRoot'><objectClass name='Ship'/>"
+        "</objectClass></objects></objectModel>");
+    const Tests::ModuleFile whole(
+        "<objectModel><objects><objectClass name='HLAobjectRoot'><objectClass name='Ship' "
+        "sharing='Publish' semantics='floats'><attribute name='Speed'/></objectClass>"
+        "</objectClass></objects></objectModel>");
+    const Outcome result = run("merge --diff --quiet --format json " + scaffold.path() + " " +
+                               whole.path() + " " + scaffold.path());
+    const auto modules = nlohmann::json::parse(result.out).at("modules");
+    EXPECT_EQ(modules[0].at("added").size(), 2u);
+    EXPECT_EQ(modules[1].at("completed")[0].at("row"), "HLAobjectRoot.Ship");
+    EXPECT_EQ(modules[1]["completed"][0].at("fields"),
+              nlohmann::json::parse(R"(["sharing", "semantics"])"));
+    EXPECT_EQ(modules[1].at("added")[0].at("row"), "HLAobjectRoot.Ship.Speed");
+    EXPECT_THAT(modules[2].at("added"), IsEmpty());
+    EXPECT_THAT(modules[2].at("completed"), IsEmpty());
+}
+
+TEST(Commands, AGraphHasEveryClassBelowItsParentAndNamesTheModules) {
+    const Outcome result = run(harbour("graph --members"));
+    EXPECT_EQ(result.status, 0) << result.err;
+    EXPECT_THAT(result.out,
+                AllOf(StartsWith("digraph \""),
+                      HasSubstr("\"HLAobjectRoot.Vessel\" -> \"HLAobjectRoot.Vessel.Freighter\"\n"),
+                      HasSubstr("\"Freighter\\nDraught: Length\\l"),
+                      HasSubstr("[label=\"HarbourCargo.xml\", fillcolor=2]")));
+    const Outcome refused =
+        run(harbour("graph --output /dev/null/x") + samplePath("HarbourConflict.xml"));
+    EXPECT_EQ(refused.status, 1);
+    EXPECT_THAT(refused.err, HasSubstr("HarbourConflict.xml has "));
+}
+
+TEST(Commands, NamesOfAnyKindKeepTheGraphWhole) {
+    const Tests::ModuleFile odd(
+        "<objectModel><objects><objectClass name='HLAobjectRoot'><objectClass name='A\\&quot;'>"
+        "<attribute name='x&amp;lt;'/></objectClass></objectClass></objects></objectModel>");
+    EXPECT_THAT(run("graph --members " + odd.path()).out,
+                HasSubstr(R"("HLAobjectRoot.A\\\"" [label="A\\\"\nx&amp;lt;\l")"));
+}
+
+TEST(Commands, SvgIsDrawnByGraphvizOrToldToNeedIt) {
+    const Tests::TemporaryFolder folder;
+    const std::string path = folder.path("fom.svg");
+    const auto graph = [&] {
+        return OrynRti::Tests::runToEnd({"/usr/bin/env", "PATH=" + folder.path(), RTIQN_FOM_PROGRAM,
+                                         "graph", "--output", path, samplePath("HarbourBase.xml")});
+    };
+    const Outcome missing = graph();
+    EXPECT_EQ(missing.status, 3);
+    EXPECT_THAT(missing.err, HasSubstr("install the package graphviz"));
+
+    Tests::writeFile(folder.path("dot"), "#!/bin/sh\necho \"<svg>$1\"; exec /bin/cat\n");
+    std::filesystem::permissions(folder.path("dot"), std::filesystem::perms::owner_all);
+    EXPECT_EQ(graph().status, 0);
+    EXPECT_THAT(Tests::readFile(path),
+                AllOf(StartsWith("<svg>-Tsvg\ndigraph \""), HasSubstr("Vessel")));
+
+    Tests::writeFile(folder.path("dot"), "#!/bin/sh\nexit 1\n");
+    const Outcome failed = graph();
+    EXPECT_EQ(failed.status, 3);
+    EXPECT_THAT(failed.err, HasSubstr("'dot' failed"));
+    EXPECT_THAT(Tests::readFile(path), StartsWith("<svg>")) << "as it was";
 }
 
 TEST(Commands, AWrittenModelReadsBackToTheSameTables) {
@@ -193,9 +276,13 @@ TEST(Commands, WrongUsageIsToldApartFromHelp) {
         EXPECT_THAT(result.out, IsEmpty());
         EXPECT_THAT(result.err, HasSubstr("rtiqn-fom: "));
     }
-    const Outcome help = run("merge --help");
-    EXPECT_EQ(help.status, 0);
-    EXPECT_THAT(help.out, AllOf(HasSubstr("--lenient"), HasSubstr("--join")));
+    EXPECT_THAT(run("bake").err, HasSubstr("'bake' is no command: it is one of merge, show"));
+    EXPECT_THAT(run("merge --unknown a.xml").err, HasSubstr("'rtiqn-fom merge --help' tells more"));
+    for (const char* command : {"merge", "show", "check", "graph"}) {
+        const Outcome help = run(command + std::string(" --help"));
+        EXPECT_EQ(help.status, 0);
+        EXPECT_THAT(help.out, HasSubstr("\nExamples:\n  rtiqn-fom " + std::string(command)));
+    }
     EXPECT_EQ(run("--version").out, "22.0.0\n");
 }
 

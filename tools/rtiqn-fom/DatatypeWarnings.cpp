@@ -6,10 +6,12 @@
 #include "LibraryTables.h"
 #include "RowFields.h"
 #include "Words.h"
+#include "common/Console.h"
 
 namespace RtiqnFom {
 
 using namespace OrynRti;
+using RtiqnTools::counted;
 
 namespace {
 

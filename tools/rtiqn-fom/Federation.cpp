@@ -7,10 +7,12 @@
 #include "LibraryTables.h"
 #include "OmtReader.h"
 #include "Words.h"
+#include "common/Console.h"
 
 namespace RtiqnFom {
 
 using namespace OrynRti;
+using RtiqnTools::counted;
 
 namespace {
 
@@ -65,7 +67,15 @@ std::vector<DtMergeFomTableMask> mergeTables() {
     return tables;
 }
 
-Federation::Federation(const MergeRules& rules) : target_(std::make_unique<FomTarget>()) {
+OrynRti::DtFomType editionOf(const std::vector<LoadedModule>& modules) {
+    DtFomType edition = DtFomTypeUnknown;
+    for (const LoadedModule& module : modules)
+        edition = std::max(edition, module.target.fomType());
+    return edition;
+}
+
+Federation::Federation(const MergeRules& rules)
+    : target_(std::make_unique<FomTarget>()), keepChanges_(rules.keepChanges) {
     target_->setFomType(rules.edition);
     target_->setStrictChecking(rules.strict);
     target_->setMergeTableMask(rules.tables);
@@ -89,6 +99,8 @@ void Federation::merge(const LoadedModule& module, bool creates) {
             warnings_.push_back(ignored(conflict));
         warn(droppedDatatypes(*target_, source));
         result.brought = difference(countsOf(*candidate), countsOf(*target_));
+        if (keepChanges_)
+            result.changes = changesBetween(*target_, *candidate);
         target_ = std::move(candidate);
     }
     modules_.push_back(std::move(result));

@@ -3,12 +3,14 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "Conflict.h"
 #include "Finding.h"
 #include "FomTarget.h"
+#include "ModelRows.h"
 #include "TableCounts.h"
 
 namespace RtiqnFom {
@@ -26,7 +28,11 @@ struct MergeRules {
     OrynRti::DtFomType edition = OrynRti::DtFomTypeUnknown;
     bool strict = true;
     std::uint64_t tables = OrynRti::DtMergeFomAllTables;
+    bool keepChanges = false;
 };
+
+/// The highest edition among the modules, which a federation of them takes.
+OrynRti::DtFomType editionOf(const std::vector<LoadedModule>& modules);
 
 /// What became of one module.
 struct ModuleResult {
@@ -37,6 +43,7 @@ struct ModuleResult {
     TableCounts rows;     ///< that it holds
     TableCounts brought;  ///< that the federation did not have before
     std::vector<Conflict> conflicts;
+    std::optional<std::vector<RowChange>> changes;  ///< to the federation, when they are kept
 
     bool merged() const { return status == OrynRti::DtMergeFomSuccess; }
 };
@@ -86,6 +93,7 @@ private:
     void identify();
 
     std::unique_ptr<FomTarget> target_;
+    bool keepChanges_;
     std::vector<ModuleResult> modules_;
     std::vector<std::string> warnings_;
     CheckResult check_;

@@ -17,10 +17,14 @@ Json jsonOf(const TableCounts& counts) {
     return json;
 }
 
+Json jsonOf(const Place& place) {
+    return place.file ? Json(place.text()) : Json(nullptr);
+}
+
 Json jsonOf(const Statement& statement) {
     Json json;
     json["value"] = statement.value;
-    json["place"] = statement.place.file ? Json(statement.place.text()) : Json(nullptr);
+    json["place"] = jsonOf(statement.place);
     return json;
 }
 
@@ -38,6 +42,17 @@ Json jsonOf(const Conflict& conflict, const ModuleResult& module) {
     return json;
 }
 
+void addChanges(const std::vector<RowChange>& changes, Json& json) {
+    json["added"] = Json::array();
+    json["completed"] = Json::array();
+    for (const RowChange& change : changes) {
+        Json row = {{"table", change.table}, {"row", change.row}, {"place", jsonOf(change.place)}};
+        if (!change.fields.empty())
+            row["fields"] = change.fields;
+        json[change.fields.empty() ? "added" : "completed"].push_back(std::move(row));
+    }
+}
+
 Json jsonOf(const ModuleResult& module) {
     Json json;
     json["path"] = module.path;
@@ -47,6 +62,8 @@ Json jsonOf(const ModuleResult& module) {
     json["meaning"] = meaning(module.status);
     json["rows"] = jsonOf(module.rows);
     json["brought"] = jsonOf(module.brought);
+    if (module.changes)
+        addChanges(*module.changes, json);
     return json;
 }
 

@@ -18,6 +18,10 @@ namespace RtiqnFom {
 ///      "check": {"status", "meaning", "report", "skippedTables"}}
 ///
 /// `rows` are those that a module holds, `brought` those that the federation did not have before.
+/// When changes are kept, a module that is merged has them in
+///
+///     "added": [{"table", "row", "place"}], "completed": [{"table", "row", "place", "fields"}]
+///
 /// A place is FILE:LINE:COLUMN, or null when no module says the value. Bytes that are no UTF-8 (of
 /// paths) are replaced.
 void printJsonReport(const Federation& federation, std::ostream& out);

@@ -1,8 +1,8 @@
 #include "MergeCommand.h"
 
-#include <algorithm>
 #include <iostream>
 #include <sstream>
+#include <unistd.h>
 
 #include "Errors.h"
 #include "Federation.h"
@@ -27,13 +27,12 @@ std::vector<std::string> pathsOf(const MergeOptions& options) {
     return paths;
 }
 
-/// The highest edition of all modules, before the first is merged.
 MergeRules rulesOf(const MergeOptions& options, const std::vector<LoadedModule>& modules) {
     MergeRules rules;
     rules.strict = !options.lenient;
     rules.tables = options.tables;
-    for (const LoadedModule& module : modules)
-        rules.edition = std::max(rules.edition, module.target.fomType());
+    rules.edition = editionOf(modules);
+    rules.keepChanges = options.diff;
     return rules;
 }
 
@@ -60,15 +59,16 @@ void writeFom(const MergeOptions& options, const Federation& federation) {
 
 /// On standard error when the document goes to standard output.
 void writeReport(const MergeOptions& options, const Federation& federation) {
+    const bool toErrors = options.output == "-" && !options.dryRun;
     std::ostringstream report;
     if (options.json) {
         printJsonReport(federation, report);
     } else {
         for (const std::string& warning : federation.warnings())
             OrynRti::DtWarn << "warning: " << warning << std::endl;
-        printReport(federation, report);
+        printReport(federation, toErrors ? STDERR_FILENO : STDOUT_FILENO, report);
     }
-    if (options.output == "-" && !options.dryRun)
+    if (toErrors)
         std::cerr << report.str();
     else
         writeWholeOutput(report.str());

@@ -17,6 +17,7 @@ struct MergeOptions {
     std::uint64_t tables = OrynRti::DtMergeFomAllTables;
     std::string output;  ///< a path, "-" for standard output, empty for none
     bool dryRun = false;
+    bool diff = false;
     bool json = false;
 };
 

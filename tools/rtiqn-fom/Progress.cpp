@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include "Print.h"
+#include "common/Console.h"
 
 namespace RtiqnFom {
 
@@ -29,7 +30,7 @@ std::uintmax_t totalSize(const std::vector<std::string>& paths) {
 }  // namespace
 
 Progress::Progress(const std::vector<std::string>& paths)
-    : shown_(OrynRti::DtInfo.okToPrint() && isatty(STDERR_FILENO) == 1 &&
+    : shown_(OrynRti::DtInfo.okToPrint() && RtiqnTools::isTerminal(STDERR_FILENO) &&
              totalSize(paths) >= theLargeInput_bytes),
       count_(paths.size()) {}
 

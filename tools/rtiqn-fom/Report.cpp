@@ -4,11 +4,15 @@
 #include <string>
 #include <vector>
 
+#include "DiffReport.h"
 #include "SummaryTable.h"
 #include "Vocabulary.h"
 #include "Words.h"
+#include "common/Console.h"
 
 namespace RtiqnFom {
+
+using namespace RtiqnTools;
 
 namespace {
 
@@ -107,6 +111,14 @@ void printSummary(const Federation& federation, std::ostream& out) {
         out << "\n+ joined the federation after it was created\n";
 }
 
+/// Of the modules of which the changes are kept.
+void printDiffs(const Federation& federation, int descriptor, std::ostream& out) {
+    const std::size_t folder = commonFolder(federation.modules()).size();
+    for (const ModuleResult& module : federation.modules())
+        if (module.changes)
+            printDiff(module.path.substr(folder), *module.changes, descriptor, out);
+}
+
 // -------------------------------------------------------------------------------------------------
 // Conflicts
 
@@ -136,9 +148,10 @@ void printStatement(const char* side, const Statement& statement, const Statemen
     out << '\n';
 }
 
-void printConflicts(const ModuleResult& module, std::ostream& out) {
+void printConflicts(const ModuleResult& module, int descriptor, std::ostream& out) {
     out << '\n'
-        << module.path << " is refused: " << counted(module.conflicts.size(), "conflict") << '\n';
+        << styled(module.path, Style::red, descriptor)
+        << " is refused: " << counted(module.conflicts.size(), "conflict") << '\n';
     for (const Conflict& conflict : module.conflicts) {
         out << "  status " << conflict.status << ", " << meaning(conflict.status) << '\n'
             << "    " << conflict.table << ": " << conflict.row << ": " << conflict.field << '\n';
@@ -204,11 +217,12 @@ const char* editionName(OrynRti::DtFomType edition) {
     }
 }
 
-void printReport(const Federation& federation, std::ostream& out) {
+void printReport(const Federation& federation, int descriptor, std::ostream& out) {
     printSummary(federation, out);
+    printDiffs(federation, descriptor, out);
     for (const ModuleResult& module : federation.modules())
         if (!module.merged())
-            printConflicts(module, out);
+            printConflicts(module, descriptor, out);
     printCheck(federation.checkResult(), out);
     printVerdict(federation, out);
 }

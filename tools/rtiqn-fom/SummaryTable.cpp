@@ -7,7 +7,7 @@ namespace RtiqnFom {
 
 namespace {
 
-constexpr std::size_t theMaxWidth = 100;
+constexpr std::size_t theMaxWidth = 80;
 constexpr std::size_t theGap = 2;
 
 std::size_t widthOf(const SummaryTable::Column& column) {

@@ -8,7 +8,7 @@
 
 namespace RtiqnFom {
 
-/// A table of numbers in aligned columns under headings of two lines, at most 100 characters wide:
+/// A table of numbers in aligned columns under headings of two lines, at most 80 characters wide:
 /// columns that do not fit go to a second block below, which leaves out rows without a number.
 class SummaryTable {
 public:

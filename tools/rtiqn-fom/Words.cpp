@@ -17,8 +17,4 @@ std::string textOf(const OrynRti::DtString& text) {
     return characters ? characters : "";
 }
 
-std::string counted(std::size_t count, const std::string& what) {
-    return std::to_string(count) + " " + what + (count == 1 ? "" : "s");
-}
-
 }  // namespace RtiqnFom

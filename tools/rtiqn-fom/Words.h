@@ -1,7 +1,6 @@
 #ifndef RTIQN_FOM_WORDS_H
 #define RTIQN_FOM_WORDS_H
 
-#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -15,9 +14,6 @@ std::string joined(const std::vector<std::string>& words, const std::string& sep
 
 /// A library text as a standard one; a cleared one is empty.
 std::string textOf(const OrynRti::DtString& text);
-
-/// `count` and what is counted, e.g. "1 conflict", "3 conflicts".
-std::string counted(std::size_t count, const std::string& what);
 
 }  // namespace RtiqnFom
 
