@@ -400,9 +400,10 @@ private:
     template <typename Pdus>
     int splitDatagram(const Pdus& pdus, int size, const DtInetEndpoint& sender, int& status);
     template <typename Pdus>
-    int queueRest(Pdus pdus, PduExtent pdu, int remaining, const DtInetEndpoint& sender);
+    int queueRest(Pdus pdus, int size, const DtInetEndpoint& sender);
     template <typename Pdus>
     int filterPdu(const Pdus& pdus, int size, DtInetEndpoint& sender, int& status);
+    bool passesUnseen(const char* bytes, int size) const;
     void noteQueue(bool waiting);
     void noteMissing(int attributePdus);
     int dropSmall(int size, int& status);

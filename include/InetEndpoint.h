@@ -124,6 +124,8 @@ private:
     friend DT_EXPORT bool operator<(const DtInetEndpoint&, const DtInetEndpoint&);
 
     void initEndpoint();
+    void take(const DtInetEndpoint& other);
+    bool takeStorage(DtInetProtocol protocol, const sockaddr_storage& addr);
     bool lookUp(const DtString& text, DtInetUtils::DtInetAddrFamily family);
     bool takeInterfaceAddress(const DtInetDevice& device, DtInetUtils::DtInetAddrFamily family);
     bool resolve(const DtString& host, DtInetUtils::DtInetAddrFamily family);

@@ -201,6 +201,9 @@ public:
     };
     Counters counters() const;  ///< As they are now; from any thread.
 
+    std::uint64_t totalBytesReceived() const override;
+    std::uint64_t totalPacketsReceived() const override;
+
     /// Counters above included.
     void clearStats() override;
 
@@ -234,9 +237,9 @@ protected:
     /// forbids to read.
     static bool endsReading(int status) { return status < 0 && status >= DtInetSockFromQueue; }
 
-    /// For derived sockets that send through another descriptor: counts what went out there.
-    void countOnWire(std::uint64_t bytes);
-    DatagramCounters& datagramCounters();  ///< For derived sockets within the library.
+    /// For derived sockets within the library that send through another descriptor, to count what
+    /// went out there.
+    DatagramCounters& datagramCounters();
 
     /// Whether something can be sent to it: a UDP endpoint that is ok, with a port and without a
     /// wildcard address.
@@ -277,7 +280,7 @@ private:
                      ReceivedDatagram& received);
     int readQueued(const iovec* parts, std::size_t count, int flags, ReceivedDatagram& received);
     void noteReceiveTime(double time, std::uint64_t number);
-    int accept(const ReceivedDatagram& received, DtInetEndpoint* sender, int flags);
+    int accept(const ReceivedDatagram& received, DtInetEndpoint* sender);
     int receivingFailed(int error, const char* name);
 
     bool applySetting(const DtString& failure, const Setting& setting);

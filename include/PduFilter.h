@@ -62,6 +62,11 @@ public:
     /// Lets every PDU pass and empties the list.
     virtual void disableTest();
 
+    // The following has no slot.
+
+    /// Whether every PDU passes, whatever is in it.
+    bool passesAll() const { return operator_ == DtPduRejectListed && values_.first() == nullptr; }
+
 private:
     // The order of the members is fixed.
     DtPduTestOperator operator_ = DtPduRejectListed;

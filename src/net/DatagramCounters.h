@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include "InetUdpSocket.h"
+#include "net/GatedCounter.h"
 
 namespace OrynRti {
 
@@ -12,8 +13,8 @@ namespace OrynRti {
 struct DatagramCounters {
     using Counter = std::atomic<std::uint64_t>;
 
-    Counter datagramsOnWire{0};
-    Counter bytesOnWire{0};
+    GatedCounter datagramsOnWire;  ///< The gate is that of the UDP socket.
+    GatedCounter bytesOnWire;
     Counter sendsRefused{0};
     Counter asyncSendsFailed{0};
     Counter portUnreachable{0};
@@ -26,9 +27,13 @@ struct DatagramCounters {
         counter.fetch_add(amount, std::memory_order_relaxed);
     }
 
+    void countOnWire(const DescriptorGate::Use& use, std::uint64_t bytes) {
+        datagramsOnWire.add(use, 1);
+        bytesOnWire.add(use, bytes);
+    }
     void countOnWire(std::uint64_t datagrams, std::uint64_t bytes) {
-        add(datagramsOnWire, datagrams);
-        add(bytesOnWire, bytes);
+        datagramsOnWire.addOutside(datagrams);
+        bytesOnWire.addOutside(bytes);
     }
 
     /// Takes the kernel's own count for the open descriptor, which wraps around. Threads may bring
@@ -46,16 +51,17 @@ struct DatagramCounters {
     void forgetKernelCount() { kernelCount_ = 0; }
 
     void clear() {
-        for (Counter* counter :
-             {&datagramsOnWire, &bytesOnWire, &sendsRefused, &asyncSendsFailed, &portUnreachable,
-              &kernelDrops, &receiveQueueDrops, &truncatedDatagrams, &emptyDatagrams})
+        for (Counter* counter : {&sendsRefused, &asyncSendsFailed, &portUnreachable, &kernelDrops,
+                                 &receiveQueueDrops, &truncatedDatagrams, &emptyDatagrams})
             counter->store(0, std::memory_order_relaxed);
+        datagramsOnWire.clear();
+        bytesOnWire.clear();
     }
 
     DtInetUdpSocket::Counters snapshot() const {
-        return {datagramsOnWire,   bytesOnWire,        sendsRefused,
-                asyncSendsFailed,  portUnreachable,    kernelDrops,
-                receiveQueueDrops, truncatedDatagrams, emptyDatagrams};
+        return {datagramsOnWire.total(), bytesOnWire.total(), sendsRefused,
+                asyncSendsFailed,        portUnreachable,     kernelDrops,
+                receiveQueueDrops,       truncatedDatagrams,  emptyDatagrams};
     }
 
 private:

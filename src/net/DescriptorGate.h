@@ -22,7 +22,8 @@ class DescriptorGate {
 public:
     class Use {
     public:
-        explicit Use(DescriptorGate& gate) : gate_(gate), descriptor_(gate.enter()) {}
+        explicit Use(DescriptorGate& gate)
+            : gate_(gate), first_(gate.enter()), descriptor_(gate.descriptor_.load()) {}
         Use(const Use&) = delete;
         Use& operator=(const Use&) = delete;
         ~Use() { gate_.leave(); }
@@ -30,8 +31,13 @@ public:
         /// -1 when closed.
         int descriptor() const { return descriptor_; }
 
+        /// Whether nobody was inside. There is one such user at a time, and each sees what the one
+        /// before has done.
+        bool isFirst() const { return first_; }
+
     private:
         DescriptorGate& gate_;
+        const bool first_;
         const int descriptor_;
     };
 
@@ -59,10 +65,7 @@ private:
     // One of two crossing threads sees the other: a user counts itself and then reads the
     // descriptor, a closer takes the descriptor and then reads the count, in one total order.
 
-    int enter() {
-        users_.fetch_add(1);
-        return descriptor_.load();
-    }
+    bool enter() { return users_.fetch_add(1) == 0; }
 
     void leave() {
         if (users_.fetch_sub(1) != 1 || descriptor_.load() >= 0)

@@ -43,8 +43,11 @@ unsigned short portOf(const sockaddr_storage& storage) {
                                               : readSockaddr<sockaddr_in6>(&storage).sin6_port);
 }
 
+/// Sizes that the compiler knows spare the call.
 bool hasBytes(const udp::endpoint& endpoint, const void* addr) {
-    return std::memcmp(endpoint.data(), addr, endpoint.size()) == 0;
+    return endpoint.size() == sizeof(sockaddr_in)
+               ? std::memcmp(endpoint.data(), addr, sizeof(sockaddr_in)) == 0
+               : std::memcmp(endpoint.data(), addr, sizeof(sockaddr_in6)) == 0;
 }
 
 const char* protocolText(DtInetProtocol protocol) {
@@ -90,8 +93,12 @@ DtInetEndpoint::DtInetEndpoint(const DtInetEndpoint& other)
 DtInetEndpoint& DtInetEndpoint::operator=(const DtInetEndpoint& other) {
     const bool same = this == &other || (asReceived_ && other.asReceived_ &&
                                          hasBytes(*udpEndpoint_, other.udpEndpoint_->data()));
-    if (same)
-        return *this;
+    if (!same)
+        take(other);
+    return *this;
+}
+
+[[gnu::noinline]] void DtInetEndpoint::take(const DtInetEndpoint& other) {
     if (other.tcpEndpoint_ != nullptr)
         assignOrCreate(tcpEndpoint_, *other.tcpEndpoint_);
     if (other.udpEndpoint_ != nullptr)
@@ -101,7 +108,6 @@ DtInetEndpoint& DtInetEndpoint::operator=(const DtInetEndpoint& other) {
     protocol_ = other.protocol_;
     textsCurrent_ = false;
     asReceived_ = other.asReceived_ && tcpEndpoint_ == nullptr;
-    return *this;
 }
 
 DtInetEndpoint::~DtInetEndpoint() = default;
@@ -259,6 +265,11 @@ bool DtInetEndpoint::fromAddrStorage(DtInetProtocol protocol, const sockaddr_sto
     // A receiving loop often hears from the same sender again.
     if (asReceived_ && protocol == DtInetUdp && hasBytes(*udpEndpoint_, &addr))
         return true;
+    return takeStorage(protocol, addr);
+}
+
+[[gnu::noinline]] bool DtInetEndpoint::takeStorage(DtInetProtocol protocol,
+                                                   const sockaddr_storage& addr) {
     if (!address_.fromAddrStorage(addr))
         return false;
     protocol_ = protocol;
@@ -317,7 +328,8 @@ bool operator==(const DtInetEndpoint& left, const DtInetEndpoint& right) {
                *left.tcpEndpoint_ == *right.tcpEndpoint_;
     if (left.isUdp())
         return left.udpEndpoint_ != nullptr && right.udpEndpoint_ != nullptr &&
-               *left.udpEndpoint_ == *right.udpEndpoint_;
+               (hasBytes(*left.udpEndpoint_, right.udpEndpoint_->data()) ||
+                *left.udpEndpoint_ == *right.udpEndpoint_);
     return false;
 }
 

@@ -249,10 +249,17 @@ std::size_t DtInetUdpSocket::receiveQueueLimit() const {
 }
 
 int DtInetUdpSocket::pollDescriptor() {
-    return pimpl_->poll.descriptor();
+    const DtScopedLock lock(mutex());
+    const int descriptor = pimpl_->poll.descriptor();
+    if (pimpl_->derivedQueueWaits)
+        pimpl_->poll.raise(PollDescriptor::DerivedQueue);
+    return descriptor;
 }
 
 void DtInetUdpSocket::announceQueued(bool waiting) {
+    pimpl_->derivedQueueWaits = waiting;
+    if (!pimpl_->poll.isMade())
+        return;
     if (waiting)
         pimpl_->poll.raise(PollDescriptor::DerivedQueue);
     else
@@ -264,14 +271,20 @@ DtInetUdpSocket::Counters DtInetUdpSocket::counters() const {
     return pimpl_->counters.snapshot();
 }
 
-void DtInetUdpSocket::clearStats() {
-    DtInetSocket::clearStats();
-    pimpl_->noteKernelDrops();
-    pimpl_->counters.clear();
+std::uint64_t DtInetUdpSocket::totalBytesReceived() const {
+    return DtInetSocket::totalBytesReceived() + pimpl_->bytesReceived.total();
 }
 
-void DtInetUdpSocket::countOnWire(std::uint64_t bytes) {
-    pimpl_->counters.countOnWire(1, bytes);
+std::uint64_t DtInetUdpSocket::totalPacketsReceived() const {
+    return DtInetSocket::totalPacketsReceived() + pimpl_->packetsReceived.total();
+}
+
+void DtInetUdpSocket::clearStats() {
+    DtInetSocket::clearStats();
+    pimpl_->packetsReceived.clear();
+    pimpl_->bytesReceived.clear();
+    pimpl_->noteKernelDrops();
+    pimpl_->counters.clear();
 }
 
 DatagramCounters& DtInetUdpSocket::datagramCounters() {

@@ -11,6 +11,7 @@
 #include "net/AsyncDatagramSender.h"
 #include "net/DatagramCounters.h"
 #include "net/DescriptorGate.h"
+#include "net/GatedCounter.h"
 #include "net/IoThread.h"
 #include "net/PollDescriptor.h"
 #include "net/SystemCall.h"
@@ -75,10 +76,13 @@ public:
     DescriptorGate gate;
     PollDescriptor poll;
     DatagramCounters counters;
+    GatedCounter packetsReceived;
+    GatedCounter bytesReceived;
     DatagramSettings settings;
     std::atomic<std::size_t> sendLimit{DtInetUdpSocket::theQueueLimit_bytes};
     std::atomic<std::size_t> receiveLimit{DtInetUdpSocket::theQueueLimit_bytes};
     bool connected = false;
+    bool derivedQueueWaits = false;
     std::unique_ptr<Async> async;
 
 private:

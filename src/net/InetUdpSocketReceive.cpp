@@ -17,7 +17,8 @@ namespace OrynRti {
 struct ReceivedDatagram {
     int size = 0;
     sockaddr_storage from;
-    double time = 0;  ///< 0 for: the kernel knows.
+    double time = 0;           ///< 0 for: the kernel knows.
+    std::uint64_t number = 0;  ///< No other one's; 0 when it was only looked at.
     bool truncated = false;
 };
 
@@ -108,8 +109,10 @@ int DtInetUdpSocket::receive(DtInetSocketBufferChain& chain, DtInetEndpoint* sen
 // -------------------------------------------------------------------------------------------
 // One datagram
 
-int DtInetUdpSocket::readDatagram(const iovec* parts, std::size_t count, DtInetEndpoint* sender,
-                                  int flags, const char* name) {
+/// Inlined, the calls cost half as much.
+[[gnu::flatten]] int DtInetUdpSocket::readDatagram(const iovec* parts, std::size_t count,
+                                                   DtInetEndpoint* sender, int flags,
+                                                   const char* name) {
     ReceivedDatagram received;
     int error = EBADF;
     {
@@ -118,8 +121,12 @@ int DtInetUdpSocket::readDatagram(const iovec* parts, std::size_t count, DtInetE
             error = pimpl_->async != nullptr && pimpl_->async->receiver != nullptr
                         ? readQueued(parts, count, flags, received)
                         : readDirectly(use.descriptor(), parts, count, flags, received);
+        if (error == 0 && (flags & MSG_PEEK) == 0) {
+            received.number = pimpl_->packetsReceived.add(use, 1);
+            pimpl_->bytesReceived.add(use, static_cast<std::uint64_t>(received.size));
+        }
     }
-    return error == 0 ? accept(received, sender, flags) : receivingFailed(error, name);
+    return error == 0 ? accept(received, sender) : receivingFailed(error, name);
 }
 
 /// 0 or the error number.
@@ -164,14 +171,11 @@ int DtInetUdpSocket::readQueued(const iovec* parts, std::size_t count, int flags
     return 0;
 }
 
-/// Counts the datagram and tells about it; what the receiving call answers.
-int DtInetUdpSocket::accept(const ReceivedDatagram& received, DtInetEndpoint* sender, int flags) {
+/// Tells about the datagram; what the receiving call answers.
+int DtInetUdpSocket::accept(const ReceivedDatagram& received, DtInetEndpoint* sender) {
     if (sender != nullptr)
         sender->fromAddrStorage(DtInetUdp, received.from);
-    std::uint64_t number = 0;
-    if ((flags & MSG_PEEK) == 0)
-        number = countReceived(static_cast<std::uint64_t>(received.size));
-    noteReceiveTime(received.time, number);
+    noteReceiveTime(received.time, received.number);
     if (received.truncated) {
         DatagramCounters::add(pimpl_->counters.truncatedDatagrams);
         return DtInetSockIncomplete;

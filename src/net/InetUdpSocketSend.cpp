@@ -87,10 +87,13 @@ int DtInetUdpSocket::transmit(const iovec* parts, std::size_t count, DtInetEndpo
     int error = EBADF;
     {
         const DescriptorGate::Use use(pimpl_->gate);
-        if (use.descriptor() >= 0)
-            error = pimpl_->async != nullptr && pimpl_->async->sender != nullptr
-                        ? sendQueued(parts, count, destination)
-                        : sendDirectly(use.descriptor(), parts, count, destination, flags);
+        if (use.descriptor() >= 0 && pimpl_->async != nullptr && pimpl_->async->sender != nullptr) {
+            error = sendQueued(parts, count, destination);
+        } else if (use.descriptor() >= 0) {
+            error = sendDirectly(use.descriptor(), parts, count, destination, flags);
+            if (error == 0)
+                pimpl_->counters.countOnWire(use, partsSize(parts, count));
+        }
     }
     return error == 0 ? static_cast<int>(partsSize(parts, count))
                       : sendingFailed(error, operation, destination);
@@ -100,8 +103,7 @@ int DtInetUdpSocket::transmit(const iovec* parts, std::size_t count, DtInetEndpo
 int DtInetUdpSocket::sendDirectly(int descriptor, const iovec* parts, std::size_t count,
                                   const DtInetEndpoint& destination, int flags) {
     const SocketAddress to(destination);
-    ssize_t sent = -1;
-    while ((sent = sendDatagram(descriptor, parts, count, to, flags)) < 0) {
+    while (sendDatagram(descriptor, parts, count, to, flags) < 0) {
         if (errno == ECONNREFUSED)  // the report on an earlier datagram, told in place of sending
             DatagramCounters::add(pimpl_->counters.portUnreachable);
         else if (errno == EAGAIN && waits(flags))  // the queues' thread makes it non-blocking
@@ -109,7 +111,6 @@ int DtInetUdpSocket::sendDirectly(int descriptor, const iovec* parts, std::size_
         else
             return errno;
     }
-    countOnWire(static_cast<std::uint64_t>(sent));
     return 0;
 }
 

@@ -19,6 +19,9 @@ public:
     /// -1 when the system refuses.
     int descriptor();
 
+    /// Whether there is one, so that reasons are seen by somebody. Not beside descriptor().
+    bool isMade() const { return epoll_.number() >= 0; }
+
     /// The socket to watch; -1 for none any more, before it is closed.
     void watch(int socket);
 

@@ -77,7 +77,7 @@ int DtDisSocket::receiveDirectly(char* buffer, int size, DtInetEndpoint& sender,
             return received;
         received = takeDatagram(buffer, received, sender, status);
     }
-    if (received > 0)
+    if (received > 0 && !passesUnseen(buffer, received))
         received = filterPdu(FlatPdus(buffer, attributePduStrategy_), received, sender, status);
     return received > 0 ? received : endReception(received, status, name);
 }
@@ -85,12 +85,23 @@ int DtDisSocket::receiveDirectly(char* buffer, int size, DtInetEndpoint& sender,
 /// The steps up to the filters. What is left is the first PDU.
 int DtDisSocket::takeDatagram(const char* bytes, int size, const DtInetEndpoint& sender,
                               int& status) {
-    size = dropSmall(size, status);
+    if (size < minPacketSize_)
+        return dropSmall(size, status);
     if (selfReflectSuppression_)
         size = dropOwn(size, sender, status);
     if (size <= 0)
         return size;
     return splitDatagram(FlatPdus(bytes, attributePduStrategy_), size, sender, status);
+}
+
+/// Whether filterPdu() would hand on all of it: no filter is set, and it is as long as it says.
+bool DtDisSocket::passesUnseen(const char* bytes, int size) const {
+    if (size < thePduHeaderSize_bytes || !protocolVersion_.passesAll() ||
+        !exerciseId_.passesAll() || !pduKind_.passesAll() || !ipAddr_.passesAll())
+        return false;
+    DtDisSocketPduHeader header;
+    std::memcpy(&header, bytes, sizeof header);
+    return lengthOf(header) == size;
 }
 
 }  // namespace OrynRti

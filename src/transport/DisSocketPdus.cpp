@@ -27,7 +27,7 @@ int gather(char* to, int size, DtDisSocket::BufferIterator buffer, DtDisSocket::
 }  // namespace
 
 unsigned int DtDisSocket::receiveBundleByteAlignment(int protocolVersion) const {
-    return protocolVersion > 6 ? 8 : 0;
+    return receivedAlignment(protocolVersion);
 }
 
 void DtDisSocket::advanceToOffset(BufferIterator& buffer, BufferIterator end, int& offset) {

@@ -89,8 +89,9 @@ int DtDisSocket::getNextBundle(int size, DtInetSocketBufferChain& chain, DtInetE
     return std::max(taken, 0);
 }
 
+/// Under the lock, which alone tells for sure.
 void DtDisSocket::noteQueue(bool waiting) {
-    hasQueuedPdus_ = waiting;
+    hasQueuedPdus_.store(waiting, std::memory_order_relaxed);
     announceQueued(waiting);
 }
 

@@ -41,7 +41,12 @@ public:
         socket_.advanceToOffset(buffer_, end_, offset_);
     }
 
-    void appendTo(std::vector<char>& bytes, int size) const {
+    unsigned int alignment(int protocolVersion) const {
+        return socket_.receiveBundleByteAlignment(protocolVersion);
+    }
+
+    void copyTo(std::vector<char>& bytes, int size) const {
+        bytes.clear();
         int offset = offset_;
         for (BufferIterator buffer = buffer_; size > 0; ++buffer, offset = 0) {
             const int count = std::min(size, bufferSize(*buffer) - offset);
@@ -60,14 +65,14 @@ private:
     int offset_ = 0;
 };
 
-/// The same in one piece.
+/// The same in one piece, of a socket that is not derived.
 class DtDisSocket::FlatPdus {
 public:
     FlatPdus(const char* bytes, DtAttributePduStrategy strategy)
         : bytes_(bytes), strategy_(strategy) {}
 
     int pduSize(DtDisSocketPduHeader& header, int&, bool& coupled) const {
-        std::memcpy(&header, bytes_, sizeof header);
+        std::memcpy(&header, bytes_ + at_, sizeof header);
         coupled = announcesAttributes(header, strategy_);
         return lengthOf(header);
     }
@@ -77,20 +82,25 @@ public:
         if (room < thePduHeaderSize_bytes)
             return 0;
         DtDisSocketPduHeader header;
-        std::memcpy(&header, bytes_ + position, sizeof header);
+        std::memcpy(&header, bytes_ + at_ + position, sizeof header);
         const int length = lengthOf(header);
         const bool whole = length >= thePduHeaderSize_bytes && length <= room;
         return whole && header.pduType == theAttributePdu ? length : 0;
     }
 
-    void advance(int bytes) { bytes_ += bytes; }
+    static unsigned int alignment(int protocolVersion) {
+        return receivedAlignment(protocolVersion);
+    }
 
-    void appendTo(std::vector<char>& bytes, int size) const {
-        bytes.insert(bytes.end(), bytes_, bytes_ + size);
+    void advance(int bytes) { at_ += bytes; }
+
+    void copyTo(std::vector<char>& bytes, int size) const {
+        bytes.assign(bytes_ + at_, bytes_ + at_ + size);
     }
 
 private:
-    const char* bytes_;
+    const char* const bytes_;
+    std::ptrdiff_t at_ = 0;  // beyond the end at times, by padding
     const DtAttributePduStrategy strategy_;
 };
 
@@ -120,9 +130,12 @@ DtDisSocket::PduExtent DtDisSocket::measurePdu(DtDisSocketPduHeader& header, con
     if (status != 0 || pdu.shortLength || length > remaining)
         return pdu;
     pdu.status = 0;
-    pdu.length = pdu.size = length;
-    const unsigned int alignment = receiveBundleByteAlignment(header.protocolVersion);
-    pdu.stride = length + alignedPadding(length, alignment);
+    pdu.length = pdu.size = pdu.stride = length;
+    pdu.attributeMissing = coupled;
+    if (length == remaining)
+        return pdu;
+    const unsigned int alignment = pdus.alignment(header.protocolVersion);
+    pdu.stride += alignedPadding(length, alignment);
     if (!coupled)
         return pdu;
     const int attributes = pdus.attributePduSize(pdu.stride, remaining);
@@ -144,32 +157,39 @@ int DtDisSocket::splitDatagram(const Pdus& pdus, int size, const DtInetEndpoint&
         return dropBroken(first, status);
     if (first.length == size)  // alone, whatever it announces
         return size;
-    noteMissing(queueRest(pdus, first, size, sender) + (first.attributeMissing ? 1 : 0));
+    int missing = first.attributeMissing ? 1 : 0;
+    if (size > first.stride) {
+        Pdus rest(pdus);
+        rest.advance(first.stride);
+        missing += queueRest(rest, size - first.stride, sender);
+    }
+    noteMissing(missing);
     return first.size;
 }
 
-/// Queues what follows the first PDU, until something is no PDU. How many Attribute PDUs were
-/// missing.
+/// Queues PDUs until something is none. How many Attribute PDUs were missing.
 template <typename Pdus>
-int DtDisSocket::queueRest(Pdus pdus, PduExtent pdu, int remaining, const DtInetEndpoint& sender) {
+int DtDisSocket::queueRest(Pdus pdus, int size, const DtInetEndpoint& sender) {
+    const Pdus all(pdus);
+    const int smallest = minPacketSize();
     int missing = 0;
     const DtScopedLock lock(mutex());
     PduQueue::Datagram& rest = receiveQueue_->prepare(sender);
-    while (remaining > pdu.stride) {
-        remaining -= pdu.stride;
-        pdus.advance(pdu.stride);
+    for (int remaining = size; remaining > 0;) {
         DtDisSocketPduHeader header;
-        pdu = measurePdu(header, pdus, remaining);
-        if (pdu.status != 0 || remaining < minPacketSize()) {
+        const PduExtent pdu = measurePdu(header, pdus, remaining);
+        if (pdu.status != 0 || remaining < smallest) {
             DisEventCounters::add(events_->restsDropped);
             if (pdu.shortLength)
                 DisEventCounters::add(events_->invalidLengths);
             break;
         }
         missing += pdu.attributeMissing ? 1 : 0;
-        pdus.appendTo(rest.bytes, pdu.size);
-        rest.endPdu();
+        rest.addPdu(size - remaining, pdu.size);
+        pdus.advance(pdu.stride);
+        remaining -= pdu.stride;
     }
+    all.copyTo(rest.bytes, rest.size());
     const bool wasEmpty = receiveQueue_->isEmpty();
     receiveQueue_->add();
     if (wasEmpty && !receiveQueue_->isEmpty())
@@ -181,7 +201,7 @@ int DtDisSocket::queueRest(Pdus pdus, PduExtent pdu, int remaining, const DtInet
 /// when there is no room for it and it is lost.
 template <typename Deliver>
 int DtDisSocket::takeQueued(std::size_t room, DtInetEndpoint& sender, Deliver deliver) {
-    if (!hasQueuedPdus_)
+    if (!hasQueuedPdus_.load(std::memory_order_relaxed))
         return 0;
     const DtScopedLock lock(mutex());
     if (receiveQueue_->isEmpty())

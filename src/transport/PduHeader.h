@@ -22,6 +22,11 @@ inline int lengthOf(const PduHeader& header) {
     return header.length[0] << 8 | header.length[1];
 }
 
+/// What the PDUs of a received datagram are aligned to, in bytes; 0 for not at all.
+inline unsigned int receivedAlignment(int protocolVersion) {
+    return protocolVersion > 6 ? 8 : 0;
+}
+
 /// Whether it says that an Attribute PDU follows.
 inline bool announcesAttributes(const PduHeader& header, DtAttributePduStrategy strategy) {
     return (header.protocolVersion >= 7 || strategy != DtAttributePduSince7) &&

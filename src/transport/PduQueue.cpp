@@ -6,15 +6,14 @@ PduQueue::Datagram& PduQueue::prepare(const DtInetEndpoint& sender) {
     if (spare_.empty())
         spare_.emplace_back();
     Datagram& datagram = spare_.front();
-    datagram.bytes.clear();
-    datagram.ends.clear();
+    datagram.places.clear();
     datagram.next = 0;
     datagram.sender = sender;
     return datagram;
 }
 
 void PduQueue::add() {
-    if (!spare_.front().ends.empty())
+    if (!spare_.front().places.empty())
         datagrams_.splice(datagrams_.end(), spare_);
 }
 

@@ -2,6 +2,7 @@
 #define RTIQNUTIL_SRC_TRANSPORT_PDUQUEUE_H
 
 #include <cstddef>
+#include <cstdint>
 #include <list>
 #include <vector>
 
@@ -13,7 +14,8 @@ namespace OrynRti {
 /// datagram share their memory and their sender, and the memory is used again.
 ///
 ///     Datagram& rest = queue.prepare(sender);
-///     rest.bytes.insert(...); rest.endPdu();  // for each
+///     rest.addPdu(begin, size);  // for each
+///     rest.bytes = ...;          // of all
 ///     queue.add();
 ///
 /// Threads: the owner's lock guards it
@@ -25,13 +27,27 @@ public:
         const DtInetEndpoint& sender;
     };
 
+    /// Where a PDU is in the bytes of its datagram.
+    struct Place {
+        Place(int first, int count)
+            : begin(static_cast<std::uint32_t>(first)), size(static_cast<std::uint32_t>(count)) {}
+
+        std::uint32_t begin;
+        std::uint32_t size;
+    };
+
     struct Datagram {
-        std::vector<char> bytes;        ///< Of its PDUs, one behind the other.
-        std::vector<std::size_t> ends;  ///< Of each PDU in the bytes.
-        std::size_t next = 0;           ///< The first PDU not read yet.
+        std::vector<char> bytes;  ///< Its PDUs and what is between them.
+        std::vector<Place> places;
+        std::size_t next = 0;  ///< The first PDU not read yet.
         DtInetEndpoint sender;
 
-        void endPdu() { ends.push_back(bytes.size()); }
+        void addPdu(int begin, int size) { places.emplace_back(begin, size); }
+
+        /// From the first PDU to the end of the last one.
+        int size() const {
+            return places.empty() ? 0 : static_cast<int>(places.back().begin + places.back().size);
+        }
     };
 
     /// Room for the PDUs of a datagram, valid until add().
@@ -45,13 +61,12 @@ public:
     /// The oldest, when there is one; valid until pop().
     Pdu front() const {
         const Datagram& datagram = datagrams_.front();
-        const std::size_t begin = datagram.next != 0 ? datagram.ends[datagram.next - 1] : 0;
-        return {datagram.bytes.data() + begin, datagram.ends[datagram.next] - begin,
-                datagram.sender};
+        const Place& place = datagram.places[datagram.next];
+        return {datagram.bytes.data() + place.begin, place.size, datagram.sender};
     }
     void pop() {
         Datagram& datagram = datagrams_.front();
-        if (++datagram.next == datagram.ends.size())
+        if (++datagram.next == datagram.places.size())
             popDatagram();
     }
 
