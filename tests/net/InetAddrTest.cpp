@@ -1,6 +1,7 @@
 #include <boost/asio/ip/address.hpp>
 #include <cstring>
 #include <gtest/gtest.h>
+#include <random>
 #include <string>
 
 #include "InetAddr.h"
@@ -46,6 +47,37 @@ TEST(InetAddrTest, ReadsLiteralsAndKeywordsAndTakesTheUnknownForAny) {
         const DtInetAddr addr(each.text);
         EXPECT_STREQ(addr.toDtString().c_str(), each.expected) << each.text;
         EXPECT_EQ(addr.scope(), each.scope) << each.text;
+    }
+}
+
+TEST(InetAddrTest, ReadsAndWritesLiteralsAsBoostDoes) {
+    using boost::asio::ip::address;
+    std::mt19937 random(1);
+    boost::asio::ip::address_v6::bytes_type bytes{};
+    const auto expectSame = [](const std::string& text) {
+        boost::system::error_code error;
+        const address expected = boost::asio::ip::make_address(text, error);
+        if (!error)
+            ASSERT_EQ(DtInetAddr(text.c_str()).boostAddress(), expected) << text;
+        else  // and no name service is asked
+            ASSERT_EQ(DtInetUtils::addrStringFamily(text.c_str()), 0) << text;
+    };
+    for (int i = 0; i < 20000; ++i) {
+        const boost::asio::ip::address_v4 ipv4(std::uint32_t(random() >> random() % 32));
+        for (unsigned char& byte : bytes)  // runs of zeros, which the text leaves out
+            byte = random() % 3 == 0 ? static_cast<unsigned char>(random()) : 0;
+        const boost::asio::ip::address_v6 ipv6(bytes);
+        address scoped(boost::asio::ip::address_v6(bytes, 1 + i % 3));
+        ASSERT_EQ(DtInetAddr(&scoped).toDtString(), scoped.to_string().c_str());
+        for (address addr : {address(ipv4), address(ipv6)}) {
+            std::string text = addr.to_string();
+            ASSERT_EQ(DtInetAddr(&addr).toDtString(), text.c_str());
+            expectSame(text);
+            for (int changes = 0; changes < 3; ++changes) {
+                text[random() % text.size()] = "0123456789af.:xg-"[random() % 17];
+                expectSame(text);
+            }
+        }
     }
 }
 

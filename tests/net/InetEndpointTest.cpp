@@ -1,6 +1,7 @@
 #include <boost/asio/ip/tcp.hpp>
 #include <boost/asio/ip/udp.hpp>
 #include <cstring>
+#include <functional>
 #include <gtest/gtest.h>
 
 #include "InetEndpoint.h"
@@ -93,6 +94,39 @@ TEST(InetEndpointTest, ConvertsToAndFromSockaddrs) {
     EXPECT_STREQ(received.toDtString(true).c_str(), "[::1]:4000(UDP)");
     EXPECT_TRUE(passOn<sockaddr_in>(udp("10.0.0.1", 3000), received));
     EXPECT_STREQ(received.toDtString().c_str(), "10.0.0.1:3000");
+}
+
+TEST(InetEndpointTest, HearingFromTheSameSenderAgainTakesBackWhatWasChanged) {
+    const std::pair<const char*, std::function<void(DtInetEndpoint&)>> changes[] = {
+        {"nothing", [](DtInetEndpoint&) {}},
+        {"port", [](DtInetEndpoint& each) { each.setPort(1); }},
+        {"netmask",
+         [](DtInetEndpoint& each) { each.setAddress(DtInetAddr("10.0.0.1", "255.255.0.0")); }},
+        {"protocol", [](DtInetEndpoint& each) { each.setProtocol(DtInetTcp); }},
+        {"Boost endpoint",
+         [](DtInetEndpoint& each) {
+             each.udpEndpoint()->port(7);
+             each.setAddress(DtInetAddr("10.0.0.2"));
+             each.udpEndpoint()->address(boost::asio::ip::make_address("10.0.0.1"));
+         }},
+        {"assignment", [](DtInetEndpoint& each) { each = udp("10.0.0.2", 3000); }},
+        {"assignment from TCP", [](DtInetEndpoint& each) { each = tcp("10.0.0.1", 3000); }}};
+    for (const auto& [what, change] : changes) {
+        DtInetEndpoint received;
+        EXPECT_TRUE(passOn<sockaddr_in>(udp("10.0.0.1", 3000), received));
+        DtInetEndpoint same;
+        same = received;
+        change(received);
+        EXPECT_TRUE(passOn<sockaddr_in>(udp("10.0.0.1", 3000), received)) << what;
+        EXPECT_STREQ(received.toDtString(true).c_str(), "10.0.0.1:3000(UDP)") << what;
+        EXPECT_EQ(received.address().prefix(), 8u) << what;
+        EXPECT_TRUE(received == udp("10.0.0.1", 3000)) << what;
+        change(same);
+        same = received;
+        EXPECT_STREQ(same.toDtString(true).c_str(), "10.0.0.1:3000(UDP)") << what;
+        EXPECT_EQ(same.address().prefix(), 8u) << what;
+        EXPECT_TRUE(same == received) << what;
+    }
 }
 
 TEST(InetEndpointTest, LooksUpLiteralsNamesAndInterfacesButNotTheirPorts) {

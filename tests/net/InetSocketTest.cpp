@@ -49,10 +49,9 @@ int answer(DtInetSocket*, int size, DtInetSocketBufferChain&, DtInetEndpoint&, v
     return Result;
 }
 
-template <DtInetSockProcessingType Type>
 int removeB(DtInetSocket* socket, int size, DtInetSocketBufferChain&, DtInetEndpoint&, void*) {
-    EXPECT_TRUE(socket->removeProcessingCallback(Type, step<'b'>));
-    EXPECT_TRUE(socket->addProcessingCallback(Type, step<'n'>, nullptr, -1));
+    EXPECT_TRUE(socket->removeProcessingCallback(DtInetSockPreSend, step<'b'>));
+    EXPECT_TRUE(socket->addProcessingCallback(DtInetSockPreSend, step<'n'>, nullptr, -1));
     return size;
 }
 
@@ -73,6 +72,10 @@ class InetSocketTest : public testing::Test {
 protected:
     void SetUp() override { theCalls.clear(); }
 
+    bool add(DtInetSocketProcessingCallback callback, int order, void* userData = nullptr) {
+        return socket_.addProcessingCallback(DtInetSockPreSend, callback, userData, order);
+    }
+
     int send(std::string text, int flags = 0) {
         return socket_.sendTo(text.data(), static_cast<int>(text.size()), destination_, flags);
     }
@@ -86,17 +89,17 @@ TEST_F(InetSocketTest, RunsCallbacksByOrderAndThoseOfEqualOrderAsAdded) {
     const DtInetSocketProcessingCallback steps[] = {step<'a'>, step<'b'>, step<'c'>, step<'d'>,
                                                     step<'e'>};
     for (int i = 0; i < 5; ++i)
-        ASSERT_TRUE(socket_.addProcessingCallback(DtInetSockPreSend, steps[i], nullptr, orders[i]));
+        ASSERT_TRUE(add(steps[i], orders[i]));
     send("xy");
     EXPECT_THAT(theCalls, ElementsAre("b2", "e2", "a2", "c2", "d2"));
     EXPECT_EQ(socket_.chains_[DtInetSockPreSend].rbegin()->first, 8);
 }
 
 TEST_F(InetSocketTest, NegativeOrderIsZeroInAnEmptyChainAndStaysAtTheLargest) {
-    socket_.addProcessingCallback(DtInetSockPreSend, step<'a'>, nullptr, -5);
+    add(step<'a'>, -5);
     EXPECT_EQ(socket_.chains_[DtInetSockPreSend].begin()->first, 0);
-    socket_.addProcessingCallback(DtInetSockPreSend, step<'b'>, nullptr, INT_MAX);
-    socket_.addProcessingCallback(DtInetSockPreSend, step<'c'>, nullptr, -1);
+    add(step<'b'>, INT_MAX);
+    add(step<'c'>, -1);
     send("x");
     EXPECT_THAT(theCalls, ElementsAre("a1", "b1", "c1"));
 }
@@ -108,33 +111,35 @@ TEST_F(InetSocketTest, RefusesOtherTypesAndUnknownCallbacks) {
     EXPECT_FALSE(socket_.removeProcessingCallback(DtInetSockPreSend, step<'a'>));
     for (const DtInetSocketCallbackChain& chain : socket_.chains_)
         EXPECT_TRUE(chain.empty());
+    EXPECT_TRUE(socket_.setLocalPort(70000));
+    EXPECT_EQ(socket_.localPort(), 4464) << "the low 16 bits";
 }
 
 TEST_F(InetSocketTest, RemovesTheFirstOfTwoRegistrations) {
-    for (int order : {1, 3})
-        socket_.addProcessingCallback(DtInetSockPreSend, step<'a'>, nullptr, order);
-    socket_.addProcessingCallback(DtInetSockPreSend, step<'b'>, nullptr, 2);
+    add(step<'a'>, 1);
+    add(step<'b'>, 2);
+    add(step<'a'>, 3);
     EXPECT_TRUE(socket_.removeProcessingCallback(DtInetSockPreSend, step<'a'>));
     send("x");
     EXPECT_THAT(theCalls, ElementsAre("b1", "a1"));
 }
 
 TEST_F(InetSocketTest, CallbacksMayAddAndRemoveCallbacksWhileTheyRun) {
-    socket_.addProcessingCallback(DtInetSockPreSend, removeB<DtInetSockPreSend>, nullptr, 1);
-    socket_.addProcessingCallback(DtInetSockPreSend, step<'b'>, nullptr, 2);
+    add(removeB, 1);
+    add(step<'b'>, 2);
     for (int i = 0; i < 20; ++i)  // more than a walk copies at a time
-        socket_.addProcessingCallback(DtInetSockPreSend, step<'c'>, nullptr, 3);
+        add(step<'c'>, 3);
     send("x");
     EXPECT_EQ(theCalls, std::vector<std::string>(20, "c1"));
     theCalls.clear();
-    socket_.removeProcessingCallback(DtInetSockPreSend, removeB<DtInetSockPreSend>);
+    socket_.removeProcessingCallback(DtInetSockPreSend, removeB);
     send("x");
     EXPECT_EQ(theCalls.size(), 21u);
     EXPECT_EQ(theCalls.back(), "n1");
 }
 
 TEST_F(InetSocketTest, PreSendChangesACopyAndCountsWhatItTookAwayAsSent) {
-    socket_.addProcessingCallback(DtInetSockPreSend, upperCaseAndCut, nullptr, 1);
+    add(upperCaseAndCut, 1);
     std::vector<char> first{'a', 'b', 'c'};
     std::vector<char> second{'d', 'e'};
     DtInetSocketBufferChain chain{&first, nullptr, &second};
@@ -149,16 +154,16 @@ TEST_F(InetSocketTest, PreSendChangesACopyAndCountsWhatItTookAwayAsSent) {
 
 TEST_F(InetSocketTest, PreSendMayAddBuffersButNotPromiseMoreThanTheyHold) {
     std::vector<char> extra{'!', '!'};
-    socket_.addProcessingCallback(DtInetSockPreSend, append, &extra, 1);
+    add(append, 1, &extra);
     EXPECT_EQ(send("ab"), 2);
-    socket_.addProcessingCallback(DtInetSockPreSend, answer<1000>, nullptr, 2);
+    add(answer<1000>, 2);
     EXPECT_EQ(send("ab"), 2);
     EXPECT_THAT(socket_.sent, ElementsAre("ab!!", "ab!!"));
 }
 
 TEST_F(InetSocketTest, PreSendOfZeroSendsNothingButCountsAndRunsTheRest) {
-    socket_.addProcessingCallback(DtInetSockPreSend, answer<0>, nullptr, 1);
-    socket_.addProcessingCallback(DtInetSockPreSend, step<'a'>, nullptr, 2);
+    add(answer<0>, 1);
+    add(step<'a'>, 2);
     socket_.addProcessingCallback(DtInetSockPostSend, step<'p'>, nullptr, 1);
     EXPECT_EQ(send("abcd"), 8);  // post-send results are added
     EXPECT_THAT(theCalls, ElementsAre("=4", "a0", "p4"));
@@ -168,7 +173,7 @@ TEST_F(InetSocketTest, PreSendOfZeroSendsNothingButCountsAndRunsTheRest) {
 }
 
 TEST_F(InetSocketTest, FlagsSkipTheSendChains) {
-    socket_.addProcessingCallback(DtInetSockPreSend, answer<0>, nullptr, 1);
+    add(answer<0>, 1);
     socket_.addProcessingCallback(DtInetSockPostSend, answer<5>, nullptr, 1);
     EXPECT_EQ(send("abcd", DtInetSockSkipFirstChain), 9);
     EXPECT_EQ(send("abcd", DtInetSockSkipFirstChain | DtInetSockSkipPostSend), 4);
@@ -176,12 +181,10 @@ TEST_F(InetSocketTest, FlagsSkipTheSendChains) {
 }
 
 TEST_F(InetSocketTest, NegativeResultsFailTheSend) {
-    socket_.addProcessingCallback(DtInetSockPreSend, answer<-7>, nullptr, 1);
+    add(answer<-7>, 1);
     EXPECT_EQ(send("abcd"), -1);
     EXPECT_EQ(socket_.state(), DtInetSockError);
-    EXPECT_EQ(socket_.getLastError(), -1);
-    EXPECT_EQ(socket_.getLastErrorString(),
-              "DtInetUdpSocket::send()/sendTo(): Pre-send callback failed.");
+    EXPECT_EQ(lastError(socket_), "-1 DtInetUdpSocket::send()/sendTo(): Pre-send callback failed.");
     EXPECT_TRUE(socket_.sent.empty());
 
     socket_.removeProcessingCallback(DtInetSockPreSend, answer<-7>);
@@ -189,18 +192,13 @@ TEST_F(InetSocketTest, NegativeResultsFailTheSend) {
     std::vector<char> bytes{'a'};
     DtInetSocketBufferChain chain{&bytes};
     EXPECT_EQ(socket_.sendChainTo(chain, destination_, 0), -1);
-    EXPECT_EQ(socket_.getLastErrorString(),
-              "DtInetUdpSocket::sendChain()/sendChainTo(): Post-send callback failed.");
+    EXPECT_EQ(lastError(socket_),
+              "-1 DtInetUdpSocket::sendChain()/sendChainTo(): Post-send callback failed.");
     EXPECT_EQ(socket_.totalPacketsSent(), 1u);
 
     socket_.removeProcessingCallback(DtInetSockPostSend, answer<-7>);
     EXPECT_EQ(send("a"), 1);
     EXPECT_EQ(socket_.state(), DtInetSockOpen) << "a success ends the error";
-}
-
-TEST_F(InetSocketTest, LocalPortTakesTheLow16Bits) {
-    EXPECT_TRUE(socket_.setLocalPort(70000));
-    EXPECT_EQ(socket_.localPort(), 4464);
 }
 
 }  // namespace

@@ -33,10 +33,9 @@ TEST(InetTcpSocketConnection, ARefusedConnectSaysSo) {
             connected = client.connectToDestination();
         EXPECT_FALSE(connected);
         EXPECT_EQ(client.state(), DtInetSockError);
-        EXPECT_EQ(client.getLastError(), ECONNREFUSED);
-        EXPECT_EQ(client.getLastErrorString(),
-                  "DtInetTcpSocket::connectToDestination(): Error connecting Boost socket\n"
-                  "Connection refused");
+        EXPECT_EQ(lastError(client),
+                  "111 DtInetTcpSocket::connectToDestination(): Error connecting "
+                  "Boost socket\nConnection refused");
     }
 }
 
@@ -61,10 +60,10 @@ TEST(InetTcpSocketConnection, ANonBlockingConnectGoesOnInStateFour) {
     EXPECT_TRUE(client.isOk());
     EXPECT_TRUE(client.connectToDestination());
     EXPECT_EQ(sendText(client, "x"), 0);
-    EXPECT_TRUE(client.isErrorWouldBlockOrTryAgain());
+    EXPECT_EQ(lastError(client), "11 ");
     char byte = 0;
     EXPECT_EQ(client.recv(&byte, 1, 0), -1);
-    EXPECT_EQ(client.getLastErrorString(), "");
+    EXPECT_EQ(lastError(client), "107 ");
     EXPECT_EQ(client.state(), DtInetSockConnecting);
 
     DtInetTcpSocket accepted;
@@ -88,24 +87,25 @@ TEST(InetTcpSocketConnection, ANonBlockingServerWithoutVisitorsSaysTryAgain) {
 }
 
 TEST(InetTcpSocketConnection, AServerOutOfDescriptorsGoesOnListening) {
-    ListeningServer server;
+    RawConnection first(theBlocking);
+    DtInetTcpSocket& server = first.server.socket;
     DtInetTcpSocket accepted;
-    const int number = server.rawClient();
+    const int number = first.server.rawClient();
     rlimit earlier{};
     getrlimit(RLIMIT_NOFILE, &earlier);
     const rlimit none{0, earlier.rlim_max};
     setrlimit(RLIMIT_NOFILE, &none);
-    EXPECT_FALSE(server.socket.acceptConnection(&accepted, theBlocking));
+    EXPECT_FALSE(server.acceptConnection(&accepted, theBlocking));
     setrlimit(RLIMIT_NOFILE, &earlier);
-    EXPECT_EQ(server.socket.getLastError(), EMFILE);
-    EXPECT_EQ(server.socket.getLastErrorString(),
-              "DtInetTcpSocket::acceptConnection(): Error on Boost acceptor socket\n"
-              "Too many open files");
-    EXPECT_EQ(server.socket.state(), DtInetSockListening);
-    EXPECT_TRUE(server.socket.acceptConnection(&accepted, theBlocking));
-    EXPECT_FALSE(server.socket.acceptConnection(&accepted, theBlocking)) << "is open";
-    EXPECT_EQ(server.socket.getLastError(), EINVAL);
-    close(number);
+    EXPECT_EQ(lastError(server),
+              "24 DtInetTcpSocket::acceptConnection(): Error on Boost acceptor "
+              "socket\nToo many open files");
+    EXPECT_EQ(server.state(), DtInetSockListening);
+    EXPECT_TRUE(server.acceptConnection(&accepted, theBlocking));
+    EXPECT_FALSE(server.acceptConnection(&accepted, theBlocking)) << "is open";
+    EXPECT_EQ(server.getLastError(), EINVAL);
+    for (const int each : {number, first.peer})
+        close(each);
 }
 
 TEST(InetTcpSocketConnection, IPv6ServersLeaveIPv4Alone) {
@@ -194,7 +194,7 @@ TEST(InetTcpSocketConnection, ANonBlockingSendTellsHowMuchTheSystemTook) {
     EXPECT_TRUE(received == all.substr(0, sent));
     char byte = 0;
     EXPECT_EQ(both.accepted.recv(&byte, 1, 0), 0);
-    EXPECT_TRUE(both.accepted.isErrorWouldBlockOrTryAgain());
+    EXPECT_EQ(lastError(both.accepted), "11 ");
 }
 
 TEST(InetTcpSocketConnection, AStreamThatHasEndedStillTakesSends) {
@@ -214,23 +214,17 @@ TEST(InetTcpSocketConnection, AStreamThatHasEndedStillTakesSends) {
 }
 
 TEST(InetTcpSocketConnection, AResetIsAnErrorAndRaisesNoSignal) {
-    ListeningServer server;
-    DtInetTcpSocket accepted;
-    const int peer = server.rawClient();
-    ASSERT_TRUE(server.socket.acceptConnection(&accepted, theBlocking));
-    resetAndClose(peer);
+    RawConnection both(theBlocking);
+    DtInetTcpSocket& accepted = both.accepted;
+    resetAndClose(both.peer);
     EXPECT_EQ(receiveText(accepted), "(-1)");
     EXPECT_EQ(accepted.state(), DtInetSockError);
-    EXPECT_EQ(accepted.getLastError(), ECONNRESET);
-    EXPECT_EQ(accepted.getLastErrorString(),
-              "DtInetTcpSocket::recv() failed on socket at " +
-                  DtInetEndpoint(accepted.localEndpoint()).toDtString() +
-                  "\nConnection reset by peer");
+    const std::string local = accepted.localEndpoint().toDtString().c_str();
+    EXPECT_EQ(lastError(accepted), "104 DtInetTcpSocket::recv() failed on socket at " + local +
+                                       "\nConnection reset by peer");
     EXPECT_EQ(sendText(accepted, "x"), -1);
-    EXPECT_EQ(accepted.getLastErrorString(),
-              "DtInetTcpSocket::send() failed from " +
-                  DtInetEndpoint(accepted.localEndpoint()).toDtString() + " to " +
-                  DtInetEndpoint(accepted.destination()).toDtString() + "Broken pipe");
+    EXPECT_EQ(lastError(accepted), "32 DtInetTcpSocket::send() failed from " + local + " to " +
+                                       accepted.destination().toDtString().c_str() + "Broken pipe");
 }
 
 // -------------------------------------------------------------------------------------------
@@ -280,12 +274,11 @@ TEST(InetTcpSocketConnection, CallbacksTakePartInSendingAndReceiving) {
     EXPECT_EQ(receiveText(both.accepted), "(-2)");
     both.client.addProcessingCallback(DtInetSockPostSend, answer<-1>, nullptr, 1);
     EXPECT_EQ(sendText(both.client, "x"), -1);
-    EXPECT_EQ(both.client.getLastErrorString(),
-              "DtInetTcpSocket::sendChain()/sendChainTo(): Post-send callback failed.");
+    const std::string failed = "-1 DtInetTcpSocket::sendChain()/sendChainTo(): ";
+    EXPECT_EQ(lastError(both.client), failed + "Post-send callback failed.");
     both.client.addProcessingCallback(DtInetSockPreSend, answer<-1>, nullptr, 2);
     EXPECT_EQ(sendText(both.client, "x"), -1);
-    EXPECT_EQ(both.client.getLastErrorString(),
-              "DtInetTcpSocket::sendChain()/sendChainTo(): Pre-send callback failed.");
+    EXPECT_EQ(lastError(both.client), failed + "Pre-send callback failed.");
 }
 
 }  // namespace

@@ -64,105 +64,35 @@ void expectResources(const std::pair<long, long>& expected) {
 // -------------------------------------------------------------------------------------------
 // The server
 
-/// One connection: what has been received and not been sent back yet.
-class Echo {
-public:
-    bool accept(DtInetTcpSocket& server, unsigned int options) {
-        return server.acceptConnection(&socket, options);
-    }
-
-    /// Does what can be done without waiting. False when the connection has ended and everything
-    /// has been sent back, or it has failed.
-    bool advance() {
-        bool moved = true;
-        while (moved) {
-            moved = receive();
-            moved = sendBack() || moved;
-        }
-        return !(failed_ || (ended_ && pending_.empty()));
-    }
-
-    /// Until what has been received is sent back, nothing more is asked for.
-    pollfd toWaitFor() {
-        if (!pending_.empty())
-            return {socket.descriptor(), POLLOUT, 0};
-        return {socket.pollDescriptor(), POLLIN, 0};
-    }
-
-    DtInetTcpSocket socket;
-
-private:
-    bool receive() {
-        if (failed_ || ended_ || pending_.size() > 65536)
+/// Sends all of it, in as many parts as it takes. False when the connection has failed.
+bool sendAll(DtInetTcpSocket& socket, const std::string& text) {
+    for (std::size_t sent = 0; sent < text.size();) {
+        const int part = sendText(socket, text.substr(sent));
+        if (part < 0 || (part == 0 && !awaitEvent(socket.descriptor(), POLLOUT)))
             return false;
-        char bytes[65536];
-        const int size = socket.recv(bytes, sizeof bytes, 0);
-        if (size > 0)
-            pending_.append(bytes, static_cast<std::size_t>(size));
-        ended_ = size == -1 && socket.state() == DtInetSockTerminated;
-        failed_ = size == -1 && !ended_;
-        return size > 0;
+        sent += static_cast<std::size_t>(part);
     }
-
-    bool sendBack() {
-        if (failed_ || pending_.empty())
-            return false;
-        const int size = socket.send(pending_.data(), static_cast<int>(pending_.size()), 0);
-        if (size > 0)
-            pending_.erase(0, static_cast<std::size_t>(size));
-        failed_ = size < 0;
-        return size > 0;
-    }
-
-    std::string pending_;
-    bool ended_ = false;
-    bool failed_ = false;
-};
-
-/// A thread per connection.
-void serveBlocking(DtInetTcpSocket& server, std::size_t connections) {
-    std::vector<std::thread> threads;
-    for (std::size_t i = 0; i < connections; ++i) {
-        auto socket = std::make_unique<DtInetTcpSocket>();
-        ASSERT_TRUE(server.acceptConnection(socket.get(), theBlocking))
-            << server.getLastErrorString();
-        threads.emplace_back([socket = std::move(socket)] {
-            char bytes[20000];
-            int size = 0;
-            while ((size = socket->recv(bytes, sizeof bytes, 0)) > 0 &&
-                   socket->send(bytes, size, 0) == size) {
-            }
-        });
-    }
-    for (std::thread& thread : threads)
-        thread.join();
+    return true;
 }
 
-/// One thread for all.
-void serveAll(DtInetTcpSocket& server, std::size_t connections, unsigned int options) {
-    std::vector<std::unique_ptr<Echo>> echoes;
-    for (std::size_t i = 0; i < connections; ++i) {
-        echoes.push_back(std::make_unique<Echo>());
-        ASSERT_TRUE(echoes.back()->accept(server, options)) << server.getLastErrorString();
-        echoes.back()->socket.setCloseWait(0.1);
-    }
-    while (!echoes.empty()) {
-        std::vector<pollfd> waited;
-        for (const auto& echo : echoes)
-            waited.push_back(echo->toWaitFor());
-        while (poll(waited.data(), waited.size(), theLongWait_ms) < 0 && errno == EINTR) {
-        }
-        for (std::size_t i = echoes.size(); i-- > 0;)
-            if (waited[i].revents != 0 && !echoes[i]->advance())
-                echoes.erase(echoes.begin() + static_cast<std::ptrdiff_t>(i));
+/// Sends back what it receives until the peer ends its stream or the connection fails.
+void echo(DtInetTcpSocket& socket) {
+    std::string text;
+    while ((text = receiveText(socket)) != "(-1)" && sendAll(socket, text)) {
     }
 }
 
 void serve(DtInetTcpSocket& server, std::size_t connections, unsigned int options) {
-    if (options == theBlocking)
-        serveBlocking(server, connections);
-    else
-        serveAll(server, connections, options);
+    std::vector<std::thread> threads;
+    for (std::size_t i = 0; i < connections; ++i) {
+        auto socket = std::make_unique<DtInetTcpSocket>();
+        ASSERT_TRUE(server.acceptConnection(socket.get(), options)) << server.getLastErrorString();
+        socket->setReceiveQueueLimit(65536);
+        socket->setCloseWait(0.1);
+        threads.emplace_back([socket = std::move(socket)] { echo(*socket); });
+    }
+    for (std::thread& thread : threads)
+        thread.join();
 }
 
 // -------------------------------------------------------------------------------------------
@@ -194,17 +124,12 @@ bool exchange(const DtInetEndpoint& server, unsigned int seed, unsigned int opti
     const std::string all = noise(seed, theShare_bytes);
     for (std::size_t begin = 0; begin < all.size();) {
         const std::size_t size = std::min<std::size_t>(1 + random() % 65536, all.size() - begin);
-        const std::string chunk = all.substr(begin, size);
-        for (std::size_t sent = 0; sent < size;) {
-            const int part = sendText(client, chunk.substr(sent));
-            if (part < 0 || (part == 0 && !awaitEvent(client.descriptor(), POLLOUT)))
-                return false;
-            sent += static_cast<std::size_t>(part);
-        }
+        if (!sendAll(client, all.substr(begin, size)))
+            return false;
         std::string back;
         while (back.size() < size && client.isOk())
             back += receiveText(client);
-        if (back != chunk)
+        if (all.compare(begin, size, back) != 0)
             return false;
         begin += size;
     }

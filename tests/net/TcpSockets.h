@@ -1,25 +1,14 @@
 #ifndef TESTS_NET_TCPSOCKETS_H
 #define TESTS_NET_TCPSOCKETS_H
 
-#include <cerrno>
-#include <gtest/gtest.h>
-#include <memory>
 #include <netinet/in.h>
-#include <poll.h>
 #include <string>
-#include <sys/socket.h>
 #include <unistd.h>
-#include <vector>
 
 #include "InetTcpSocket.h"
+#include "net/Sockets.h"
 
 namespace OrynRti::Tests {
-
-constexpr unsigned int theBlocking = theDtInetSockDefaultOptions;
-constexpr unsigned int theNonBlocking = theBlocking | DtInetSockNonBlocking;
-constexpr unsigned int theAsyncReceive = theBlocking | DtInetSockAsyncReceive;
-constexpr unsigned int theAsyncSend = theBlocking | DtInetSockAsyncSend;
-constexpr unsigned int theAsync = theAsyncReceive | DtInetSockAsyncSend;
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 constexpr bool theBuildIsSanitized = true;
@@ -30,19 +19,8 @@ constexpr bool theBuildIsSanitized = __has_feature(address_sanitizer) ||  //
 constexpr bool theBuildIsSanitized = false;
 #endif
 
-/// Longer than anything takes that a test waits for.
-constexpr int theLongWait_ms = 30000;
-
 inline DtInetEndpoint tcpEndpoint(const char* address, unsigned short port) {
     return DtInetEndpoint(DtInetAddr(address), port, DtInetTcp);
-}
-
-inline bool awaitEvent(int descriptor, short events, int timeout_ms = theLongWait_ms) {
-    pollfd waited{descriptor, events, 0};
-    int ready = -1;
-    while ((ready = poll(&waited, 1, timeout_ms)) < 0 && errno == EINTR) {
-    }
-    return ready == 1;
 }
 
 /// A port of the system's choice, held by a socket that is bound, does not listen, and lets
@@ -117,6 +95,17 @@ struct Connection {
     DtInetTcpSocket accepted;
 };
 
+/// A connection to a peer from outside of the library, which whoever uses it closes.
+struct RawConnection {
+    explicit RawConnection(unsigned int acceptedOptions) : peer(server.rawClient()) {
+        EXPECT_TRUE(server.socket.acceptConnection(&accepted, acceptedOptions));
+    }
+
+    ListeningServer server;
+    int peer;
+    DtInetTcpSocket accepted;
+};
+
 /// Ends a connection by a reset.
 inline void resetAndClose(int descriptor) {
     const linger atOnce{1, 0};
@@ -128,17 +117,14 @@ inline int sendText(DtInetTcpSocket& socket, std::string text, int flags = 0) {
     return socket.send(text.data(), static_cast<int>(text.size()), flags);
 }
 
-/// What one receiving call brings: the text, or its result in parentheses, "(0)" for nothing.
-/// Waits until there is something.
+/// What one receiving call brings, see textOrResult(). Waits until there is something.
 inline std::string receiveText(DtInetTcpSocket& socket, std::size_t room = 70000) {
     std::string text(room, '?');
-    for (;;) {
-        const int size = socket.recv(text.data(), static_cast<int>(room), 0);
-        if (size == 0 && awaitEvent(socket.pollDescriptor(), POLLIN))
-            continue;
-        return size > 0 ? text.substr(0, static_cast<std::size_t>(size))
-                        : "(" + std::to_string(size) + ")";
+    int size = 0;
+    while ((size = socket.recv(text.data(), static_cast<int>(room), 0)) == 0 &&
+           awaitEvent(socket.pollDescriptor(), POLLIN)) {
     }
+    return textOrResult(text, size);
 }
 
 /// Everything until the peer ends its stream or the connection fails.

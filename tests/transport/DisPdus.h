@@ -1,6 +1,7 @@
 #ifndef TESTS_TRANSPORT_DISPDUS_H
 #define TESTS_TRANSPORT_DISPDUS_H
 
+#include <algorithm>
 #include <cstddef>
 #include <memory>
 #include <string>
@@ -35,45 +36,29 @@ struct Pdu {
     }
 };
 
-inline Pdu ofKind(int kind) {
-    Pdu pdu;
-    pdu.kind = kind;
-    return pdu;
+inline Pdu ofVersion(int version, int size = 28) {
+    return {size, version};
 }
 
-inline Pdu ofVersion(int version, int size = 28) {
-    Pdu pdu;
-    pdu.version = version;
-    pdu.size = size;
-    return pdu;
+inline Pdu ofKind(int kind) {
+    return {28, 7, kind};
 }
 
 inline Pdu ofSize(int size, char fill = 'x') {
-    Pdu pdu;
-    pdu.size = size;
-    pdu.fill = fill;
-    return pdu;
+    return {size, 7, 1, 1, 0, fill};
 }
 
 inline Pdu claiming(int length, int size = 28) {
-    Pdu pdu;
-    pdu.size = size;
-    pdu.length = length;
-    return pdu;
+    return {size, 7, 1, 1, 0, 'x', length};
 }
 
 /// One that says that an Attribute PDU follows.
 inline Pdu coupled(int size = 28, int version = 7) {
-    Pdu pdu = ofVersion(version, size);
-    pdu.status = theCoupledStatus;
-    return pdu;
+    return {size, version, 1, 1, theCoupledStatus};
 }
 
 inline Pdu attributes(int size = 20, int version = 7) {
-    Pdu pdu = ofVersion(version, size);
-    pdu.kind = theAttributeKind;
-    pdu.fill = 'a';
-    return pdu;
+    return {size, version, theAttributeKind, 1, 0, 'a'};
 }
 
 inline std::string padding(int size) {
@@ -154,8 +139,28 @@ public:
 private:
     std::string result(int size, int status) {
         const int answer = receiveResult(size, status);
-        return answer > 0 ? buffers.front(answer) : "(" + std::to_string(answer) + ")";
+        return textOrResult(buffers.front(std::max(answer, 0)), answer);
     }
+};
+
+/// A DIS socket on the network, which receives into one buffer: without walking over its chains.
+struct NetworkReceiver {
+    std::string receive(std::size_t room = 2000) {
+        std::string text(room, '#');
+        return textOrResult(text, socket.recvFrom(text.data(), int(room), sender, 0));
+    }
+
+    std::vector<std::string> receiveAll(const std::string& datagram) {
+        sendText(*network, datagram, socket.localEndpoint());
+        std::vector<std::string> results;
+        for (std::string next; (next = receive()) != "(0)";)
+            results.push_back(next);
+        return results;
+    }
+
+    std::unique_ptr<DtInetUdpSocket> network = loopbackSocket();
+    DtDisSocket socket{udpEndpoint("127.0.0.1"), 0, nullptr, theNonBlocking, true, false};
+    DtInetEndpoint sender;
 };
 
 }  // namespace OrynRti::Tests

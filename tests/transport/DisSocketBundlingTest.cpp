@@ -23,6 +23,10 @@ protected:
         return sendText(socket, bytes, receiver->localEndpoint());
     }
 
+    static bool unregister(DtDisSocket& each) {
+        return each.removeProcessingCallback(DtInetSockPreSend, &DtDisSocket::addToBundle);
+    }
+
     std::string received() { return receiveText(*receiver, 70000); }
 
     std::unique_ptr<DtInetUdpSocket> receiver = loopbackSocket(theNonBlocking);
@@ -76,8 +80,7 @@ TEST_F(DisSocketBundling, APduAboveTheLimitWaitsItsTurn) {
     EXPECT_EQ(send(ofSize(DtDisSocket::theMaxBundle_bytes, 'd')), DtDisSocket::theMaxBundle_bytes);
     EXPECT_EQ(received(), std::string(ofSize(20, 'c')));
     EXPECT_EQ(send(ofSize(DtDisSocket::theMaxBundle_bytes + 1)), -1);
-    EXPECT_EQ(socket.getLastErrorString(),
-              "DtInetUdpSocket::send()/sendTo(): Pre-send callback failed.");
+    EXPECT_EQ(lastError(socket), "-1 DtInetUdpSocket::send()/sendTo(): Pre-send callback failed.");
     EXPECT_EQ(socket.flush(), 1);
     EXPECT_EQ(received().size(), std::size_t(DtDisSocket::theMaxBundle_bytes));
 }
@@ -109,20 +112,20 @@ TEST_F(DisSocketBundling, TurningItOffSendsWhatIsPending) {
     EXPECT_EQ(received(), "(0)");
     socket.setBundling(-1, 0, 0, false);
     EXPECT_EQ(received(), std::string(ofSize(20, 'c')));
-    EXPECT_FALSE(socket.removeProcessingCallback(DtInetSockPreSend, &DtDisSocket::addToBundle));
+    EXPECT_FALSE(unregister(socket));
 }
 
 TEST_F(DisSocketBundling, TheCallbackIsThereOnceAtMost) {
     socket.setBundling(200, 0, 0, false);
-    EXPECT_TRUE(socket.removeProcessingCallback(DtInetSockPreSend, &DtDisSocket::addToBundle));
-    EXPECT_FALSE(socket.removeProcessingCallback(DtInetSockPreSend, &DtDisSocket::addToBundle));
+    EXPECT_TRUE(unregister(socket));
+    EXPECT_FALSE(unregister(socket));
     socket.setBundling(200, 0, 0, false);
-    EXPECT_TRUE(socket.removeProcessingCallback(DtInetSockPreSend, &DtDisSocket::addToBundle));
+    EXPECT_TRUE(unregister(socket));
     DtDisSocket fresh(udpEndpoint("127.0.0.1"), 0, nullptr, 0, false, false);
     fresh.setMaxBundleSize(50);
-    EXPECT_FALSE(fresh.removeProcessingCallback(DtInetSockPreSend, &DtDisSocket::addToBundle));
+    EXPECT_FALSE(unregister(fresh));
     fresh.setBundling(100, 0, 0, false);
-    EXPECT_TRUE(fresh.removeProcessingCallback(DtInetSockPreSend, &DtDisSocket::addToBundle));
+    EXPECT_TRUE(unregister(fresh));
 }
 
 TEST_F(DisSocketBundling, ClosingAndDestroyingSendWhatIsPending) {
@@ -185,8 +188,8 @@ TEST_F(DisSocketBundling, PostSendCallbacksSeePdusAndBundlesWithoutTheLock) {
     seen.answer = -1;
     send(ofSize(24));
     EXPECT_EQ(socket.flush(), -1);
-    EXPECT_EQ(socket.getLastErrorString(),
-              "DtInetUdpSocket::sendChain()/sendChainTo(): Post-send callback failed.");
+    EXPECT_EQ(lastError(socket),
+              "-1 DtInetUdpSocket::sendChain()/sendChainTo(): Post-send callback failed.");
 }
 
 TEST_F(DisSocketBundling, WhatACallbackHasDroppedIsNotBundled) {

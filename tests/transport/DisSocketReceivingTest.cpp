@@ -40,23 +40,31 @@ std::string nameOf(const testing::TestParamInfo<Split>& split) {
     return split.param.name;
 }
 
+template <typename Receive>
+void expectSplit(const Split& split, DtDisSocket& socket, Receive receiveAll) {
+    CapturedNotifications said(1);
+    socket.setAttributePduStrategy(split.strategy);
+    EXPECT_EQ(receiveAll(split.datagram), split.results);
+    EXPECT_EQ(socket.disCounters().restsDropped, split.restsDropped);
+    EXPECT_EQ(socket.disCounters().invalidLengths, split.invalidLengths);
+    EXPECT_EQ(socket.disCounters().incomplete, split.incomplete);
+    std::string warnings;
+    for (int i = 0; i < split.attributePdusMissing; ++i)
+        warnings += "Failed to read expected Coupled Attribute PDU\n";
+    EXPECT_EQ(said.text(), warnings);
+    EXPECT_EQ(socket.disCounters().attributePdusMissing, split.attributePdusMissing);
+}
+
 TEST_P(SplitTest, GivesThePdusAndCountsTheRest) {
-    const Split& split = GetParam();
     for (const std::vector<int>& shape : bufferShapes()) {
-        CapturedNotifications said(1);
         Receiver socket;
-        socket.setAttributePduStrategy(split.strategy);
         socket.buffers = Buffers(shape);
-        EXPECT_EQ(socket.receiveAll(split.datagram), split.results);
-        EXPECT_EQ(socket.disCounters().restsDropped, split.restsDropped);
-        EXPECT_EQ(socket.disCounters().invalidLengths, split.invalidLengths);
-        EXPECT_EQ(socket.disCounters().incomplete, split.incomplete);
-        std::string warnings;
-        for (int i = 0; i < split.attributePdusMissing; ++i)
-            warnings += "Failed to read expected Coupled Attribute PDU\n";
-        EXPECT_EQ(said.text(), warnings);
-        EXPECT_EQ(socket.disCounters().attributePdusMissing, split.attributePdusMissing);
+        expectSplit(GetParam(), socket,
+                    [&](const std::string& datagram) { return socket.receiveAll(datagram); });
     }
+    NetworkReceiver receiver;
+    expectSplit(GetParam(), receiver.socket,
+                [&](const std::string& datagram) { return receiver.receiveAll(datagram); });
 }
 
 std::string operator+(const std::string& bytes, const Pdu& pdu) {
@@ -196,6 +204,29 @@ TEST(DisSocketReceiving, QueuedPdusComeInOrderAndFromTheirSender) {
     EXPECT_EQ(socket.receiveQueued(), "");
 }
 
+/// Both ways of receiving take turns on one queue.
+TEST(DisSocketReceiving, CallbacksMayComeAndGoWhilePdusAreQueued) {
+    NetworkReceiver receiver;
+    const auto keep = [](DtInetSocket*, int size, DtInetSocketBufferChain&, DtInetEndpoint&,
+                         void*) { return size; };
+    sendText(*receiver.network, joined(ofSize(32, 'a'), "", ofSize(24, 'b')) + ofSize(16, 'c'),
+             receiver.socket.localEndpoint());
+    EXPECT_EQ(receiver.receive(), std::string(ofSize(32, 'a')));
+    receiver.socket.addProcessingCallback(DtInetSockAfterReceive, keep, nullptr, 0);
+    receiver.sender = DtInetEndpoint();
+    EXPECT_EQ(receiver.receive(), std::string(ofSize(24, 'b')));
+    EXPECT_TRUE(receiver.sender == receiver.network->localEndpoint());
+    receiver.socket.removeProcessingCallback(DtInetSockAfterReceive, keep);
+    EXPECT_EQ(receiver.receive(15), "(-4)");
+    EXPECT_EQ(receiver.socket.disCounters().queuedPdusLost, 1u);
+    EXPECT_THAT(receiver.receiveAll(std::string(11, 'x')), ElementsAre("(-2)"));
+    EXPECT_EQ(receiver.receive(0), "(-4)");
+    receiver.socket.removeProcessingCallback(DtInetSockAfterReceive, &DtDisSocket::unbundle);
+    EXPECT_THAT(receiver.receiveAll(joined(ofSize(32), "", ofSize(32))),
+                ElementsAre(std::string(ofSize(32))))
+        << "nobody queues the second";
+}
+
 TEST(DisSocketReceiving, AQueuedPduTooLargeForTheBuffersIsLostAndTold) {
     Receiver socket;
     socket.receive(joined(ofSize(32), "", ofSize(40)) + ofSize(24));
@@ -220,14 +251,18 @@ TEST(DisSocketReceiving, AStatusOfAnEarlierStepIsLeftAlone) {
 // Filters
 
 TEST(DisSocketReceiving, FiltersSeeEveryPduOfABundle) {
-    Receiver socket;
+    Receiver onChains;
+    NetworkReceiver direct;
     unsigned int kinds[] = {2, 4};
-    socket.pduKind().setTest(DtPduRejectListed, 2, kinds);
+    onChains.pduKind().setTest(DtPduRejectListed, 2, kinds);
+    direct.socket.pduKind() = onChains.pduKind();
     const std::string bundle =
         joined(ofKind(2), padding(4), ofKind(3)) + padding(4) + ofKind(4) + padding(4) + ofKind(5);
-    EXPECT_THAT(socket.receiveAll(bundle),
-                ElementsAre("(-2)", std::string(ofKind(3)), "(-2)", std::string(ofKind(5))));
-    EXPECT_EQ(socket.disCounters().filteredByKind, 2u);
+    const Results expected{"(-2)", ofKind(3), "(-2)", ofKind(5)};
+    EXPECT_EQ(onChains.receiveAll(bundle), expected);
+    EXPECT_EQ(onChains.disCounters().filteredByKind, 2u);
+    EXPECT_EQ(direct.receiveAll(bundle), expected);
+    EXPECT_EQ(direct.socket.disCounters().filteredByKind, 2u);
 }
 
 TEST(DisSocketReceiving, TheFirstFilterThatFailsIsCounted) {

@@ -60,24 +60,18 @@ TEST(PduFilterTest, ValuesComeAndGoOneByOne) {
     EXPECT_THAT(passing(test), IsEmpty());
 }
 
-TEST(PduFilterTest, OtherDataIsNeverLookedAt) {
-    DtPduFilterTest test;
-    set(test, DtPduRejectListed, {1});
-    EXPECT_TRUE(test.evalTest(nullptr, 0, DtPduFilterOther));
-    set(test, DtPduAcceptListed, {1});
-    EXPECT_FALSE(test.evalTest(nullptr, 0, DtPduFilterOther));
-}
-
-TEST(PduFilterTest, CopiesAreIndependent) {
+TEST(PduFilterTest, CopiesAreIndependentAndOtherDataIsNeverLookedAt) {
     DtPduFilterTest test;
     set(test, DtPduAcceptListed, {2});
     DtPduFilterTest copy(test);
     DtPduFilterTest assigned;
     assigned = test;
-    set(test, DtPduAcceptListed, {3});
+    set(test, DtPduRejectListed, {3});
     EXPECT_THAT(passing(copy), ElementsAre(2));
     copy.clearList();
     EXPECT_THAT(passing(assigned), ElementsAre(2));
+    EXPECT_TRUE(test.evalTest(nullptr, 0, DtPduFilterOther));
+    EXPECT_FALSE(assigned.evalTest(nullptr, 0, DtPduFilterOther));
 }
 
 }  // namespace
