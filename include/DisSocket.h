@@ -325,6 +325,9 @@ public:
     };
     DisCounters disCounters() const;  ///< As they are now; from any thread.
 
+    std::uint64_t totalBytesSent() const override;
+    std::uint64_t totalPacketsSent() const override;
+
     /// All counters of this socket.
     void clearStats() override;
 

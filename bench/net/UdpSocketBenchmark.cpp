@@ -10,11 +10,9 @@
 #include <thread>
 
 #include "InetUdpSocket.h"
-#include "support/Allocations.h"
-#include "support/LoopbackUdp.h"
+#include "support/Bursts.h"
 #include "support/Percentiles.h"
 #include "support/Pinning.h"
-#include "support/SystemCalls.h"
 
 using namespace OrynRti;
 using bench::require;
@@ -104,28 +102,6 @@ private:
 
 // -------------------------------------------------------------------------------------------
 
-/// What one datagram costs beside time, in steady state; `prepare` goes before each burst.
-template <typename Prepare, typename Work>
-void countResources(benchmark::State& state, Prepare prepare, Work work) {
-    prepare();
-    work();
-    prepare();
-    {
-        const bench::CountedAllocations counted;
-        work();
-        state.counters["allocations"] = static_cast<double>(counted.count()) / theBurst;
-    }
-    prepare();
-    state.counters["system_calls"] = static_cast<double>(bench::systemCallsOf(work)) / theBurst;
-}
-
-/// Times and counts.
-template <typename Prepare, typename Work>
-void measureBursts(benchmark::State& state, Prepare prepare, Work work) {
-    bench::timeBursts(state, theBurst, prepare, work);
-    countResources(state, prepare, work);
-}
-
 // -------------------------------------------------------------------------------------------
 // One direction
 
@@ -133,8 +109,8 @@ template <typename End>
 void send(benchmark::State& state) {
     End sender;
     bench::BareUdpSocket receiver;
-    measureBursts(
-        state, [&] { receiver.drain(); },
+    bench::measureBursts(
+        state, theBurst, [&] { receiver.drain(); },
         [&] {
             for (int i = 0; i < theBurst; ++i)
                 sender.sendTo(receiver.port(), theSize_bytes);
@@ -149,8 +125,8 @@ void receiveWith(benchmark::State& state, Receive receive) {
     const std::array<char, theSize_bytes> bytes{};
     bench::BareUdpSocket sender;
     End receiver;
-    measureBursts(
-        state,
+    bench::measureBursts(
+        state, theBurst,
         [&] {
             for (int i = 0; i < theBurst; ++i)
                 sender.sendTo(receiver.port(), bytes.data(), bytes.size());

@@ -5,9 +5,7 @@
 #include <vector>
 
 #include "DisSocket.h"
-#include "support/Allocations.h"
-#include "support/LoopbackUdp.h"
-#include "support/SystemCalls.h"
+#include "support/Bursts.h"
 
 using namespace OrynRti;
 using bench::require;
@@ -31,28 +29,6 @@ std::vector<char> pdus(int count, int version, int size_bytes) {
     return bytes;
 }
 
-/// What one PDU costs beside time, in steady state; `prepare` goes before each burst.
-template <typename Prepare, typename Work>
-void countResources(benchmark::State& state, Prepare prepare, Work work) {
-    prepare();
-    work();
-    prepare();
-    {
-        const bench::CountedAllocations counted;
-        work();
-        state.counters["allocations"] = static_cast<double>(counted.count()) / theBurst_pdus;
-    }
-    prepare();
-    state.counters["system_calls"] =
-        static_cast<double>(bench::systemCallsOf(work)) / theBurst_pdus;
-}
-
-template <typename Prepare, typename Work>
-void measureBursts(benchmark::State& state, Prepare prepare, Work work) {
-    bench::timeBursts(state, theBurst_pdus, prepare, work);
-    countResources(state, prepare, work);
-}
-
 // -------------------------------------------------------------------------------------------
 // Sending: as many PDUs per datagram as the argument says
 
@@ -61,8 +37,8 @@ void sendBare(benchmark::State& state) {
     bench::BareUdpSocket receiver;
     const auto perDatagram = static_cast<int>(state.range(0));
     const std::vector<char> datagram = pdus(perDatagram, 7, thePdu_bytes);
-    measureBursts(
-        state, [&] { receiver.drain(); },
+    bench::measureBursts(
+        state, theBurst_pdus, [&] { receiver.drain(); },
         [&] {
             for (int i = 0; i < theBurst_pdus; i += perDatagram)
                 sender.sendTo(receiver.port(), datagram.data(), datagram.size());
@@ -77,8 +53,8 @@ void sendOurs(benchmark::State& state, bool suppressSelfReflect) {
     sender.setDestination(receiver.endpoint());
     sender.setBundling(perDatagram > 1 ? perDatagram * thePdu_bytes : 0, 0, 0, false);
     std::vector<char> pdu = pdus(1, 7, thePdu_bytes);
-    measureBursts(
-        state, [&] { receiver.drain(); },
+    bench::measureBursts(
+        state, theBurst_pdus, [&] { receiver.drain(); },
         [&] {
             for (int i = 0; i < theBurst_pdus; ++i)
                 require(sender.send(pdu.data(), thePdu_bytes, 0) == thePdu_bytes);
@@ -144,8 +120,8 @@ template <typename Receive>
 void receive(benchmark::State& state, unsigned short port, int perDatagram, Receive receiveOne) {
     bench::BareUdpSocket sender;
     const std::vector<char> datagram = pdus(perDatagram, 7, thePdu_bytes);
-    measureBursts(
-        state,
+    bench::measureBursts(
+        state, theBurst_pdus,
         [&] {
             for (int i = 0; i < theBurst_pdus; i += perDatagram)
                 sender.sendTo(port, datagram.data(), datagram.size());

@@ -5,7 +5,7 @@
 #include <cstdint>
 
 #include "InetUdpSocket.h"
-#include "net/GatedCounter.h"
+#include "net/SharedCounter.h"
 
 namespace OrynRti {
 
@@ -13,8 +13,8 @@ namespace OrynRti {
 struct DatagramCounters {
     using Counter = std::atomic<std::uint64_t>;
 
-    GatedCounter datagramsOnWire;  ///< The gate is that of the UDP socket.
-    GatedCounter bytesOnWire;
+    SharedCounter datagramsOnWire;  ///< The gate is that of the UDP socket.
+    SharedCounter bytesOnWire;
     Counter sendsRefused{0};
     Counter asyncSendsFailed{0};
     Counter portUnreachable{0};
@@ -32,8 +32,8 @@ struct DatagramCounters {
         bytesOnWire.add(use, bytes);
     }
     void countOnWire(std::uint64_t datagrams, std::uint64_t bytes) {
-        datagramsOnWire.addOutside(datagrams);
-        bytesOnWire.addOutside(bytes);
+        datagramsOnWire.add(datagrams);
+        bytesOnWire.add(bytes);
     }
 
     /// Takes the kernel's own count for the open descriptor, which wraps around. Threads may bring

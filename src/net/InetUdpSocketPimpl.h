@@ -11,9 +11,9 @@
 #include "net/AsyncDatagramSender.h"
 #include "net/DatagramCounters.h"
 #include "net/DescriptorGate.h"
-#include "net/GatedCounter.h"
 #include "net/IoThread.h"
 #include "net/PollDescriptor.h"
+#include "net/SharedCounter.h"
 #include "net/SystemCall.h"
 
 namespace OrynRti {
@@ -76,8 +76,8 @@ public:
     DescriptorGate gate;
     PollDescriptor poll;
     DatagramCounters counters;
-    GatedCounter packetsReceived;
-    GatedCounter bytesReceived;
+    SharedCounter packetsReceived;
+    SharedCounter bytesReceived;
     DatagramSettings settings;
     std::atomic<std::size_t> sendLimit{DtInetUdpSocket::theQueueLimit_bytes};
     std::atomic<std::size_t> receiveLimit{DtInetUdpSocket::theQueueLimit_bytes};

@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include "DisSocket.h"
+#include "net/SharedCounter.h"
 
 namespace OrynRti {
 
@@ -26,6 +27,10 @@ struct DisEventCounters {
     Counter bundlesSent{0};
     Counter bundlesFailed{0};
 
+    // Of PDUs that were put into bundles directly; counted under the lock of the socket.
+    SharedCounter pdusBundled;
+    SharedCounter bytesBundled;
+
     static void add(Counter& counter) { counter.fetch_add(1, std::memory_order_relaxed); }
 
     void clear() {
@@ -34,6 +39,8 @@ struct DisEventCounters {
               &filteredByKind, &filteredByAddress, &incomplete, &invalidLengths, &restsDropped,
               &attributePdusMissing, &queuedPdusLost, &bundlesSent, &bundlesFailed})
             counter->store(0, std::memory_order_relaxed);
+        pdusBundled.clear();
+        bytesBundled.clear();
     }
 
     DtDisSocket::DisCounters snapshot() const {

@@ -260,6 +260,14 @@ DtDisSocket::DisCounters DtDisSocket::disCounters() const {
     return events_->snapshot();
 }
 
+std::uint64_t DtDisSocket::totalBytesSent() const {
+    return DtInetUdpSocket::totalBytesSent() + events_->bytesBundled.total();
+}
+
+std::uint64_t DtDisSocket::totalPacketsSent() const {
+    return DtInetUdpSocket::totalPacketsSent() + events_->pdusBundled.total();
+}
+
 void DtDisSocket::clearStats() {
     DtInetUdpSocket::clearStats();
     events_->clear();

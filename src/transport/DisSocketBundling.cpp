@@ -169,11 +169,12 @@ bool DtDisSocket::bundlesOnly(DtInetEndpoint& destination, int callFlags) const 
 
 /// The same without a chain. False when it could not be done.
 bool DtDisSocket::bundleDirectly(const char* bytes, std::size_t size, DtInetEndpoint& destination) {
-    const auto add = [=](Bundle& bundle) { bundle.insert(bundle.end(), bytes, bytes + size); };
-    if (!isNotDerived() || bundlePdu(size, destination, add) != 0)
-        return false;
-    countSent(size);
-    return true;
+    const auto add = [=](Bundle& bundle) {
+        bundle.insert(bundle.end(), bytes, bytes + size);
+        events_->pdusBundled.addAlone(1);
+        events_->bytesBundled.addAlone(size);
+    };
+    return isNotDerived() && bundlePdu(size, destination, add) == 0;
 }
 
 int DtDisSocket::bundleOnly(DtInetSocketBufferChain& chain, DtInetEndpoint& destination,
