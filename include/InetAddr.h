@@ -19,7 +19,7 @@ namespace OrynRti {
 /// The interface index of a link-local IPv6 address; 0 for none.
 using DtInetIpv6Scope = std::uint32_t;
 
-/// A 128-bit unsigned number, e.g. an IPv6 address, as two halves in host order.
+/// A 128-bit unsigned number, such as an IPv6 address, as two halves in host order.
 class DtU128 {
 public:
     constexpr DtU128() = default;
