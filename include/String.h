@@ -119,8 +119,8 @@ public:
     virtual DtString& operator+=(const DtString& text);
     /// @}
 
-    /// Unchecked: the caller owes an index within the block, which holds size() and all below it.
-    /// Of a string cleared while on the heap every index gives a NUL. @{
+    /// Unchecked: the caller owes an index from 0 to size(). Of a string cleared while on the heap
+    /// every index gives a NUL. @{
     virtual char& operator[](int index);
     virtual const char& operator[](int index) const;
     /// @}
