@@ -1,3 +1,4 @@
+#include <csignal>
 #include <gmock/gmock.h>
 #include <sstream>
 #include <string>
@@ -246,6 +247,19 @@ TEST(WholeFileTest, AFailureLeavesWhatWasThereAndNothingElse) {
     };
     EXPECT_THROW(writeWholeFile(folder.path("out.xml"), fail), std::runtime_error);
     EXPECT_EQ(readFile(folder.path("out.xml")), "before");
+    const std::filesystem::directory_iterator entries(folder.path(""));
+    EXPECT_EQ(std::distance(begin(entries), end(entries)), 1);
+}
+
+TEST(WholeFileTest, ASignalThatEndsTheProgramWaitsUntilNothingIsLeftBehind) {
+    const TemporaryFolder folder;
+    const auto interrupted = [](std::ostream& out) {
+        std::raise(SIGTERM);
+        out << "hello";
+    };
+    EXPECT_EXIT(writeWholeFile(folder.path("out.xml"), interrupted),
+                testing::KilledBySignal(SIGTERM), "");
+    EXPECT_EQ(readFile(folder.path("out.xml")), "hello");
     const std::filesystem::directory_iterator entries(folder.path(""));
     EXPECT_EQ(std::distance(begin(entries), end(entries)), 1);
 }

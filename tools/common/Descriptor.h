@@ -23,6 +23,8 @@ public:
 
     int number() const { return number_; }
     bool isOpen() const { return number_ >= 0; }
+    /// False when the system says that something written was lost.
+    bool close() { return ::close(std::exchange(number_, -1)) == 0; }
 
 private:
     int number_;

@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <charconv>
+#include <csignal>
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
@@ -10,9 +11,9 @@
 #include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
-#include <utility>
 
 #include "Errors.h"
+#include "common/Descriptor.h"
 
 namespace RtiqnFom {
 
@@ -23,25 +24,6 @@ namespace fs = std::filesystem;
 [[noreturn]] void throwWriteError(const std::string& path, int error) {
     throw FileError("cannot write " + path + ": " + std::strerror(error));
 }
-
-/// A descriptor that is closed on every way out.
-class Descriptor {
-public:
-    explicit Descriptor(int fd) : fd_(fd) {}
-    ~Descriptor() {
-        if (fd_ >= 0)
-            ::close(fd_);
-    }
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-
-    int get() const { return fd_; }
-    /// False when the system says that something written was lost.
-    bool close() { return ::close(std::exchange(fd_, -1)) == 0; }
-
-private:
-    int fd_;
-};
 
 /// Writes to a descriptor and keeps the error of the first write that failed.
 class DescriptorBuffer : public std::streambuf {
@@ -113,9 +95,9 @@ int openDirectly(const std::string& path) {
 
 void writeDirectly(const std::string& path, const std::function<void(std::ostream&)>& write) {
     Descriptor file(openDirectly(path));
-    if (file.get() < 0)
+    if (!file.isOpen())
         throwWriteError(path, errno);
-    writeTo(file.get(), path, write);
+    writeTo(file.number(), path, write);
     if (!file.close())
         throwWriteError(path, errno);
 }
@@ -154,6 +136,24 @@ mode_t accessRights(const fs::path& target, const std::string& path) {
     return status.st_mode & 0777;
 }
 
+/// While it lives, signals that end the program wait: a file that nobody knows of is not left.
+class HeldSignals {
+public:
+    HeldSignals() {
+        sigset_t signals;
+        ::sigemptyset(&signals);
+        for (const int signal : {SIGHUP, SIGINT, SIGTERM})
+            ::sigaddset(&signals, signal);
+        ::pthread_sigmask(SIG_BLOCK, &signals, &before_);
+    }
+    ~HeldSignals() { ::pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
+    HeldSignals(const HeldSignals&) = delete;
+    HeldSignals& operator=(const HeldSignals&) = delete;
+
+private:
+    sigset_t before_;
+};
+
 /// A new file beside the target, removed unless it took the target's place.
 class TemporaryFile {
 public:
@@ -161,7 +161,7 @@ public:
         : path_(path),
           name_((target.parent_path() / ".rtiqn-fom.XXXXXX").string()),
           file_(::mkostemp(name_.data(), O_CLOEXEC)) {
-        if (file_.get() < 0)
+        if (!file_.isOpen())
             throwWriteError(path_, errno);
     }
     ~TemporaryFile() {
@@ -171,11 +171,11 @@ public:
     TemporaryFile(const TemporaryFile&) = delete;
     TemporaryFile& operator=(const TemporaryFile&) = delete;
 
-    int fd() const { return file_.get(); }
+    int fd() const { return file_.number(); }
 
     void takePlaceOf(const fs::path& target, mode_t rights) {
-        if (::fchmod(file_.get(), rights) != 0 || ::fsync(file_.get()) != 0 || !file_.close() ||
-            ::rename(name_.c_str(), target.c_str()) != 0)
+        if (::fchmod(file_.number(), rights) != 0 || ::fsync(file_.number()) != 0 ||
+            !file_.close() || ::rename(name_.c_str(), target.c_str()) != 0)
             throwWriteError(path_, errno);
         name_.clear();
         syncFolder(target);
@@ -187,8 +187,8 @@ private:
     static void syncFolder(const fs::path& target) {
         const fs::path folder = target.has_parent_path() ? target.parent_path() : fs::path(".");
         const Descriptor directory(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-        if (directory.get() >= 0)
-            ::fsync(directory.get());
+        if (directory.isOpen())
+            ::fsync(directory.number());
     }
 
     const std::string& path_;
@@ -203,6 +203,7 @@ void writeWholeFile(const std::string& path, const std::function<void(std::ostre
         return writeDirectly(path, write);
     const fs::path target = linkTarget(path);
     const mode_t rights = accessRights(target, path);
+    const HeldSignals held;
     TemporaryFile file(target, path);
     writeTo(file.fd(), path, write);
     file.takePlaceOf(target, rights);
