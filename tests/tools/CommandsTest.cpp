@@ -268,9 +268,10 @@ TEST(Commands, ShowPrintsEveryTable) {
 }
 
 TEST(Commands, WrongUsageIsToldApartFromHelp) {
-    for (const char* words : {"", "bake", "merge", "show", "check", "merge --format xml a.xml",
-                              "merge --tables Objects a.xml", "merge --quiet --verbose a.xml",
-                              "merge --unknown a.xml", "show a.xml b.xml"}) {
+    for (const char* words :
+         {"", "bake", "merge", "show", "check", "merge --format xml a.xml",
+          "merge --tables Objects a.xml", "merge --quiet --verbose a.xml", "merge --unknown a.xml",
+          "show a.xml b.xml", "graph --output a.png a.xml"}) {
         const Outcome result = run(words);
         EXPECT_EQ(result.status, 64) << words;
         EXPECT_THAT(result.out, IsEmpty());

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <sstream>
+#include <unistd.h>
 
 #include "Conflicts.h"
 #include "DatatypeWarnings.h"
@@ -16,15 +17,20 @@ using namespace OrynRti;
 
 namespace {
 
-const char* wordOf(Severity severity) {
+std::string wordOf(Severity severity) {
     switch (severity) {
         case Severity::remark:
-            return "remark";
+            return "remark:";
         case Severity::warning:
-            return "warning";
+            return styled("warning:", Style::yellow, STDOUT_FILENO);
         default:
-            return "failure";
+            return styled("failure:", Style::red, STDOUT_FILENO);
     }
+}
+
+std::string verdict(bool failed) {
+    return failed ? styled("failed", Style::red, STDOUT_FILENO)
+                  : styled("passed", Style::green, STDOUT_FILENO);
 }
 
 /// One line of what is said of a module; most texts begin with their place.
@@ -103,18 +109,28 @@ public:
         bool failed = false;
         for (const Line& line : lines) {
             failed |= line.severity == Severity::failure;
-            out_ << wordOf(line.severity) << ": " << line.text << '\n';
+            out_ << wordOf(line.severity) << ' ' << line.text << '\n';
         }
-        out_ << module.target.path() << ": " << (failed ? "failed" : "passed") << '\n';
-        failed_ |= failed;
+        out_ << module.target.path() << ": " << verdict(failed) << '\n';
+        ++(failed ? failed_ : passed_);
     }
 
-    bool failed() const { return failed_; }
-    std::string text() const { return out_.str(); }
+    bool failed() const { return failed_ != 0; }
+
+    /// With a closing line when there were more than one.
+    std::string text(std::size_t modules) const {
+        if (modules < 2)
+            return out_.str();
+        const std::size_t unread = modules - passed_ - failed_;
+        return out_.str() + '\n' + counted(modules, "module") + ": " + std::to_string(passed_) +
+               " passed, " + std::to_string(failed_) + " failed" +
+               (unread == 0 ? "" : ", " + std::to_string(unread) + " could not be read") + ".\n";
+    }
 
 private:
     std::ostringstream out_;
-    bool failed_ = false;
+    std::size_t passed_ = 0;
+    std::size_t failed_ = 0;
 };
 
 }  // namespace
@@ -123,7 +139,7 @@ int runCheck(const std::vector<std::string>& paths) {
     CheckReport report;
     const int status =
         readModules(paths, [&](LoadedModule module) { report.add(std::move(module)); });
-    writeWholeOutput(report.text());
+    writeWholeOutput(report.text(paths.size()));
     return std::max<int>(status, report.failed() ? theFailure : theSuccess);
 }
 

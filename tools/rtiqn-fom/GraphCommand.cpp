@@ -1,6 +1,7 @@
 #include "GraphCommand.h"
 
 #include <cstdint>
+#include <filesystem>
 
 #include "ClassGraph.h"
 #include "Errors.h"
@@ -34,13 +35,17 @@ void complain(const Federation& federation) {
                        " with the modules before it; 'rtiqn-fom merge' shows them");
 }
 
+/// Throws UsageError for a file name that means another form.
 bool wantsSvg(const GraphOptions& options) {
-    const std::string ending = ".svg";
-    const std::string& path = options.output;
+    const std::string ending = std::filesystem::path(options.output).extension();
     if (!options.format.empty())
         return options.format == "svg";
-    return path.size() > ending.size() &&
-           path.compare(path.size() - ending.size(), ending.size(), ending) == 0;
+    if (ending != "" && ending != ".svg" && ending != ".dot" && ending != ".gv")
+        throw UsageError(options.output +
+                         ": pictures are written as dot or svg: say which with --format, or make "
+                         "another form with 'rtiqn-fom graph ... | dot -T" +
+                         ending.substr(1) + " -o " + options.output + "'");
+    return ending == ".svg";
 }
 
 void write(const std::string& picture, const std::string& path) {
@@ -53,6 +58,7 @@ void write(const std::string& picture, const std::string& path) {
 }  // namespace
 
 int runGraph(const GraphOptions& options) {
+    const bool isSvg = wantsSvg(options);
     std::vector<LoadedModule> modules;
     const int status = readModules(
         options.modules, [&](LoadedModule module) { modules.push_back(std::move(module)); });
@@ -63,7 +69,7 @@ int runGraph(const GraphOptions& options) {
     if (!federation.succeeded())
         return theFailure;
     const std::string graph = classGraph(federation.target(), options.members);
-    write(wantsSvg(options) ? svgOf(graph) : graph, options.output);
+    write(isSvg ? svgOf(graph) : graph, options.output);
     return theSuccess;
 }
 

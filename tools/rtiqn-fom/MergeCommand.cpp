@@ -65,7 +65,8 @@ void writeReport(const MergeOptions& options, const Federation& federation) {
         printJsonReport(federation, report);
     } else {
         for (const std::string& warning : federation.warnings())
-            OrynRti::DtWarn << "warning: " << warning << std::endl;
+            OrynRti::DtWarn << styled("warning:", Style::yellow, STDERR_FILENO) << ' ' << warning
+                            << std::endl;
         printReport(federation, toErrors ? STDERR_FILENO : STDOUT_FILENO, report);
     }
     if (toErrors)

@@ -9,6 +9,7 @@
 #include "Vocabulary.h"
 #include "Words.h"
 #include "common/Console.h"
+#include "common/TextLayout.h"
 
 namespace RtiqnFom {
 
@@ -163,10 +164,17 @@ void printConflicts(const ModuleResult& module, int descriptor, std::ostream& ou
 // -------------------------------------------------------------------------------------------------
 // The check and the closing line
 
-void printCheck(const CheckResult& check, std::ostream& out) {
+/// A line that may be long: wrapped between words on a terminal, whole for other programs.
+std::string lineOf(const std::string& text, std::size_t indent, int descriptor) {
+    return std::string(indent, ' ') +
+           (isTerminal(descriptor) ? wrapped(text, indent, indent) : text) + '\n';
+}
+
+void printCheck(const CheckResult& check, int descriptor, std::ostream& out) {
     if (!check.skippedTables.empty())
-        out << "\nLeft out of the merge and not checked: " << joined(check.skippedTables, ", ")
-            << '\n';
+        out << '\n'
+            << lineOf("Left out of the merge and not checked: " + joined(check.skippedTables, ", "),
+                      0, descriptor);
     if (check.report.empty())
         return;
     if (check.passed())
@@ -176,12 +184,12 @@ void printCheck(const CheckResult& check, std::ostream& out) {
     for (std::size_t begin = 0; begin < check.report.size();) {
         const std::size_t end = std::min(check.report.find('\n', begin), check.report.size());
         if (end > begin)
-            out << "  " << check.report.substr(begin, end - begin) << '\n';
+            out << lineOf(check.report.substr(begin, end - begin), 2, descriptor);
         begin = end + 1;
     }
 }
 
-void printVerdict(const Federation& federation, std::ostream& out) {
+void printVerdict(const Federation& federation, int descriptor, std::ostream& out) {
     const std::vector<ModuleResult>& modules = federation.modules();
     const auto merged = static_cast<std::size_t>(
         std::count_if(modules.begin(), modules.end(),
@@ -193,11 +201,12 @@ void printVerdict(const Federation& federation, std::ostream& out) {
         out << merged << " of " << counted(modules.size(), "module") << " merged, "
             << modules.size() - merged << " refused with "
             << counted(conflictCount(federation), "conflict");
-    out << "; the check after the merge "
-        << (federation.checkResult().passed() ? "passed" : "failed");
     if (!federation.warnings().empty())
         out << "; " << counted(federation.warnings().size(), "warning");
-    out << ".\n";
+    out << ".\nThe check after the merge "
+        << (federation.checkResult().passed() ? styled("passed", Style::green, descriptor)
+                                              : styled("failed", Style::red, descriptor))
+        << ".\n";
 }
 
 }  // namespace
@@ -223,8 +232,8 @@ void printReport(const Federation& federation, int descriptor, std::ostream& out
     for (const ModuleResult& module : federation.modules())
         if (!module.merged())
             printConflicts(module, descriptor, out);
-    printCheck(federation.checkResult(), out);
-    printVerdict(federation, out);
+    printCheck(federation.checkResult(), descriptor, out);
+    printVerdict(federation, descriptor, out);
 }
 
 }  // namespace RtiqnFom
