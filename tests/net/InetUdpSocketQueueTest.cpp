@@ -85,35 +85,8 @@ TEST(InetUdpSocketQueues, AFullReceiveQueueDropsTheNewestAndCounts) {
     EXPECT_FALSE(isReadable(descriptor));
 }
 
-TEST(InetUdpSocketQueues, AFullSendQueueRefusesAndClosingSendsTheRest) {
-    const auto receiver = loopbackSocket();
-    const auto sender = loopbackSocket(theAsyncSend);
-    sender->setSendQueueLimit(300);
-    EXPECT_EQ(sendText(*sender, std::string(200, 'x'), receiver->localEndpoint()), -1);
-    EXPECT_EQ(sender->getLastError(), ENOBUFS);
-    EXPECT_EQ(sender->state(), DtInetSockOpen) << "a full queue is no failure of the socket";
-    EXPECT_EQ(sender->counters().sendsRefused, 1u);
-    sender->setSendQueueLimit(0);
-    for (int i = 0; i < 50; ++i)
-        EXPECT_EQ(sendText(*sender, std::to_string(i), receiver->localEndpoint()), i < 10 ? 1 : 2);
-    EXPECT_TRUE(sender->closeSocket());
-    EXPECT_EQ(sender->counters().datagramsOnWire, 50u);
-    for (int i = 0; i < 50; ++i)
-        EXPECT_EQ(receiveText(*receiver), std::to_string(i));
-}
-
-TEST(InetUdpSocketQueues, AnErrorOfTheSendingThreadIsToldOnce) {
-    const auto sender = loopbackSocket(theAsyncSend);
-    const auto receiver = loopbackSocket();
-    EXPECT_EQ(sendText(*sender, std::string(65508, 'x'), receiver->localEndpoint()), 65508);
-    while (sender->counters().asyncSendsFailed == 0)
-        std::this_thread::yield();
-    EXPECT_EQ(sendText(*sender, "a", receiver->localEndpoint()), -1);
-    EXPECT_EQ(sender->getLastError(), EMSGSIZE);
-    EXPECT_EQ(sender->state(), DtInetSockError);
-    EXPECT_EQ(sendText(*sender, "b", receiver->localEndpoint()), 1);
-    EXPECT_EQ(sender->state(), DtInetSockOpen);
-    EXPECT_EQ(receiveText(*receiver), "b");
+TEST(InetUdpSocketQueues, SendsInOrderRefusesAndTells) {
+    expectSendQueue(*loopbackSocket(theAsyncSend));
 }
 
 TEST(InetUdpSocketQueues, CountsWhatTheKernelDropped) {

@@ -175,43 +175,8 @@ TEST(DisSocketSelfReflect, WorksOverIPv6) {
     EXPECT_EQ(receiveText(*socket), "(-3)");
 }
 
-// -------------------------------------------------------------------------------------------
-// Asynchronous sending
-
-TEST(DisSocketSelfReflect, QueuedDatagramsGoOutInOrderAndBeforeClosing) {
-    const auto receiver = loopbackSocket(theNonBlocking);
-    const auto socket = suppressing(theQueued);
-    for (int round = 0; round < 2; ++round) {
-        ASSERT_TRUE(socket->isOk()) << socket->getLastErrorString();
-        for (int i = 0; i < 50; ++i) {
-            std::string text = std::to_string(i);
-            EXPECT_EQ(sendText(*socket, text, receiver->localEndpoint()), int(text.size()));
-            text.assign(text.size(), '!');  // the queue has a copy
-        }
-        EXPECT_TRUE(socket->closeSocket());
-        for (int i = 0; i < 50; ++i)
-            EXPECT_EQ(receiveText(*receiver), std::to_string(i));
-        socket->openSocket();
-    }
-    EXPECT_EQ(socket->counters().datagramsOnWire, 100u);
-}
-
-TEST(DisSocketSelfReflect, AFullQueueRefusesAndAFailureIsToldOnce) {
-    const auto receiver = loopbackSocket(theNonBlocking);
-    const auto socket = suppressing(theQueued);
-    socket->setSendQueueLimit(10);
-    EXPECT_EQ(sendText(*socket, "hello", receiver->localEndpoint()), -1);
-    EXPECT_EQ(socket->getLastError(), ENOBUFS);
-    EXPECT_EQ(socket->state(), DtInetSockOpen);
-    EXPECT_EQ(socket->counters().sendsRefused, 1u);
-    socket->setSendQueueLimit(0);
-    sendText(*socket, std::string(65508, 'x'), receiver->localEndpoint());
-    while (socket->counters().asyncSendsFailed == 0)
-        std::this_thread::yield();
-    EXPECT_EQ(sendText(*socket, "hello", receiver->localEndpoint()), -1);
-    EXPECT_EQ(socket->getLastError(), EMSGSIZE);
-    EXPECT_EQ(sendText(*socket, "hello", receiver->localEndpoint()), 5);
-    EXPECT_EQ(socket->state(), DtInetSockOpen);
+TEST(DisSocketSelfReflect, TheSendSocketHasAQueueToo) {
+    expectSendQueue(*suppressing(theQueued));
 }
 
 // -------------------------------------------------------------------------------------------
