@@ -2,6 +2,7 @@
 #define RTIQNUTIL_SRC_NET_DESCRIPTORGATE_H
 
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <cstdint>
 #include <mutex>
@@ -26,7 +27,7 @@ public:
             : gate_(gate), first_(gate.enter()), descriptor_(gate.descriptor_.load()) {}
         Use(const Use&) = delete;
         Use& operator=(const Use&) = delete;
-        ~Use() { gate_.leave(); }
+        ~Use() { gate_.leave(first_); }
 
         /// -1 when closed.
         int descriptor() const { return descriptor_; }
@@ -54,7 +55,8 @@ public:
     /// that no user waits for ever.
     Descriptor endClose() {
         std::unique_lock<std::mutex> lock(mutex_);
-        left_.wait(lock, [this] { return users_ == 0; });
+        while (first_ || others_ != 0)
+            left_.wait_for(lock, std::chrono::milliseconds(1));
         return std::move(held_);
     }
 
@@ -62,13 +64,24 @@ public:
     int descriptor() const { return descriptor_; }
 
 private:
-    // One of two crossing threads sees the other: a user counts itself and then reads the
-    // descriptor, a closer takes the descriptor and then reads the count, in one total order.
+    // One of two crossing threads sees the other: a user announces itself and then reads the
+    // descriptor, a closer takes the descriptor and then looks for users, in one total order.
+    // In leaving there is no such order, which would cost a locked operation behind each system
+    // call: a user may overlook the closer, who therefore looks again by itself.
 
-    bool enter() { return users_.fetch_add(1) == 0; }
+    bool enter() {
+        const bool first = !first_.exchange(true);  // after the store of the first one before
+        if (!first)
+            others_.fetch_add(1);
+        return first;
+    }
 
-    void leave() {
-        if (users_.fetch_sub(1) != 1 || descriptor_.load() >= 0)
+    void leave(bool first) {
+        if (first)
+            first_.store(false, std::memory_order_release);
+        else
+            others_.fetch_sub(1);
+        if (descriptor_.load(std::memory_order_relaxed) >= 0)
             return;
         const std::lock_guard<std::mutex> lock(mutex_);
         left_.notify_all();
@@ -76,7 +89,8 @@ private:
 
     Descriptor held_;  // of whoever opens and closes
     std::atomic<int> descriptor_{-1};
-    std::atomic<std::uint32_t> users_{0};
+    std::atomic<bool> first_{false};  // the first user is inside
+    std::atomic<std::uint32_t> others_{0};
     std::mutex mutex_;
     std::condition_variable left_;
 };

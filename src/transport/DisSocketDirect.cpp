@@ -10,6 +10,19 @@
 
 namespace OrynRti {
 
+namespace {
+
+/// Whether the bytes are as many as the PDU at their beginning says. No other can follow then.
+bool isOnePdu(const char* bytes, int size) {
+    if (size < thePduHeaderSize_bytes)
+        return false;
+    PduHeader header;
+    std::memcpy(&header, bytes, sizeof header);
+    return lengthOf(header) == size;
+}
+
+}  // namespace
+
 int DtDisSocket::recvFrom(char* buffer, int size, DtInetEndpoint& sender, int flags) {
     const bool hasRoom = buffer != nullptr && size > 0;
     if (hasRoom && receivesDirectly(flags))
@@ -91,17 +104,15 @@ int DtDisSocket::takeDatagram(const char* bytes, int size, const DtInetEndpoint&
         size = dropOwn(size, sender, status);
     if (size <= 0)
         return size;
-    return splitDatagram(FlatPdus(bytes, attributePduStrategy_), size, sender, status);
+    return isOnePdu(bytes, size)
+               ? size
+               : splitDatagram(FlatPdus(bytes, attributePduStrategy_), size, sender, status);
 }
 
 /// Whether filterPdu() would hand on all of it: no filter is set, and it is as long as it says.
 bool DtDisSocket::passesUnseen(const char* bytes, int size) const {
-    if (size < thePduHeaderSize_bytes || !protocolVersion_.passesAll() ||
-        !exerciseId_.passesAll() || !pduKind_.passesAll() || !ipAddr_.passesAll())
-        return false;
-    DtDisSocketPduHeader header;
-    std::memcpy(&header, bytes, sizeof header);
-    return lengthOf(header) == size;
+    return isOnePdu(bytes, size) && protocolVersion_.passesAll() && exerciseId_.passesAll() &&
+           pduKind_.passesAll() && ipAddr_.passesAll();
 }
 
 }  // namespace OrynRti
