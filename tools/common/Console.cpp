@@ -5,6 +5,8 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <limits>
+#include <sys/ioctl.h>
 #include <unistd.h>
 #include <vector>
 
@@ -14,10 +16,16 @@ namespace RtiqnTools {
 
 namespace {
 
-std::string theProgramName;
+/// Goes to the start of the line and clears it.
+constexpr const char* theClearLine = "\r\033[K";
 
-[[noreturn]] void throwOutputError() {
-    throw FileError(std::string("cannot write to standard output: ") + std::strerror(errno));
+std::string theProgramName;
+std::function<void(const std::string&)> theErrorTaker;
+int theOutputError = 0;  ///< Why standard output could not be written when nobody was to be told.
+bool theProgressShows = false;
+
+[[noreturn]] void throwOutputError(int error) {
+    throw FileError(std::string("cannot write to standard output: ") + std::strerror(error));
 }
 
 bool isSet(const char* variable) {
@@ -28,13 +36,18 @@ bool isSet(const char* variable) {
 }  // namespace
 
 void writeOutput(const std::string& text) {
+    endProgress();
+    if (theOutputError != 0)
+        throwOutputError(theOutputError);
     if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size())
-        throwOutputError();
+        throwOutputError(errno);
 }
 
 void flushOutput() {
+    if (theOutputError != 0)
+        throwOutputError(theOutputError);
     if (std::fflush(stdout) != 0)
-        throwOutputError();
+        throwOutputError(errno);
 }
 
 void writeWholeOutput(const std::string& text) {
@@ -47,9 +60,22 @@ void setProgramName(const std::string& name) {
 }
 
 void printError(const std::string& text) {
-    const std::size_t end = text.find_last_not_of('\n') + 1;
-    const std::string name = styled(theProgramName + ":", Style::red, STDERR_FILENO);
-    std::fprintf(stderr, "%s %s\n", name.c_str(), text.substr(0, end).c_str());
+    const std::string line = text.substr(0, text.find_last_not_of('\n') + 1);
+    if (theErrorTaker)
+        theErrorTaker(line);
+    else
+        writeErrorLine(styled(theProgramName + ":", Style::red, STDERR_FILENO) + ' ' + line + '\n');
+}
+
+void writeErrorLine(const std::string& line) {
+    if (std::fflush(stdout) != 0)
+        theOutputError = errno;
+    endProgress();
+    std::fputs(line.c_str(), stderr);
+}
+
+void divertErrors(std::function<void(const std::string&)> take) {
+    theErrorTaker = std::move(take);
 }
 
 bool isTerminal(int descriptor) {
@@ -63,6 +89,42 @@ std::string styled(const std::string& text, Style style, int descriptor) {
         return text;
     return std::string("\033[") + theCodes[static_cast<std::size_t>(style)] + "m" + text +
            "\033[0m";
+}
+
+TerminalSize terminalSize() {
+    winsize size{};
+    const bool known = ::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0;
+    const auto orElse = [&](unsigned short told, const char* variable, std::size_t otherwise) {
+        if (known && told > 0)
+            return std::size_t{told};
+        const long number = isSet(variable) ? std::strtol(std::getenv(variable), nullptr, 10) : 0;
+        return number > 0 ? static_cast<std::size_t>(number) : otherwise;
+    };
+    return {orElse(size.ws_col, "COLUMNS", 80), orElse(size.ws_row, "LINES", 24)};
+}
+
+std::size_t outputColumns() {
+    return isTerminal(STDOUT_FILENO) ? terminalSize().columns
+                                     : std::numeric_limits<std::size_t>::max();
+}
+
+std::string clipped(const std::string& text, std::size_t columns) {
+    if (text.size() <= columns)
+        return text;
+    return columns == 0 ? std::string() : text.substr(0, columns - 1) + '~';
+}
+
+void showProgress(const std::string& text) {
+    if (!isTerminal(STDERR_FILENO))
+        return;
+    std::fprintf(stderr, "%s%s", theClearLine, text.c_str());
+    theProgressShows = true;
+}
+
+void endProgress() {
+    if (theProgressShows)
+        std::fputs(theClearLine, stderr);
+    theProgressShows = false;
 }
 
 std::string counted(unsigned long long count, const char* noun) {

@@ -1,22 +1,14 @@
 #include "Pacer.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <poll.h>
-#include <unistd.h>
 
+#include "common/Console.h"
 #include "common/StopSignals.h"
 
 namespace RtiqnDis {
 
 using namespace RtiqnTools;
-
-namespace {
-
-/// Goes to the start of the line and clears it.
-constexpr const char* theClearLine = "\r\033[K";
-
-}  // namespace
 
 double Pacer::elapsed_s() const {
     return std::chrono::duration<double>(Clock::now() - start_).count();
@@ -36,19 +28,15 @@ void Pacer::waitUntil(double moment_s) {
     latest_s_ = std::max(latest_s_, elapsed_s() - moment_s);
 }
 
-ProgressLine::ProgressLine() : shown_(isatty(STDERR_FILENO) == 1) {}
-
 ProgressLine::~ProgressLine() {
-    if (shown_)
-        std::fputs(theClearLine, stderr);
+    endProgress();
 }
 
 void ProgressLine::update(double elapsed_s, std::uint64_t datagrams) {
-    if (!shown_ || elapsed_s < next_s_)
+    if (elapsed_s < next_s_)
         return;
     next_s_ = elapsed_s + 0.5;
-    std::fprintf(stderr, "%s%.1f s: %llu datagrams", theClearLine, elapsed_s,
-                 static_cast<unsigned long long>(datagrams));
+    showProgress(formatted("%.1f s: %s", elapsed_s, counted(datagrams, "datagram").c_str()));
 }
 
 }  // namespace RtiqnDis

@@ -29,7 +29,7 @@ private:
 /// is a terminal.
 class ProgressLine {
 public:
-    ProgressLine();
+    ProgressLine() = default;
     ~ProgressLine();
     ProgressLine(const ProgressLine&) = delete;
     ProgressLine& operator=(const ProgressLine&) = delete;
@@ -37,7 +37,6 @@ public:
     void update(double elapsed_s, std::uint64_t datagrams);
 
 private:
-    bool shown_;
     double next_s_ = 0.5;
 };
 
