@@ -68,7 +68,8 @@ enum DtCsRequest : uint16_t {
     DtCsTurnExternal = 1,  ///< Serve packet clients.
     DtCsTurnInternal = 2,  ///< Let all packet clients go.
     DtCsStop = 3,          ///< End.
-    DtCsLeave = 4          ///< Let this client go.
+    DtCsLeave = 4,         ///< Let this client go.
+    DtCsAskFigures = 5     ///< Of control clients only: what the server has counted, as JSON.
 };
 
 /// Which byte of a packet a filter looks at, or its sender.

@@ -53,6 +53,34 @@ TEST(Control, StatusTellsALivingServerFromAStoppedOneAndADeadOne) {
     EXPECT_EQ(server.ask("mode", {"internal"}).status, 1);
 }
 
+TEST(Control, StatusTellsWhatWasCounted) {
+    PacketServer server;
+    Client client(server);
+    const auto figures = [&] {
+        return json::parse(server.ask("status", {"--format", "json"}).out);
+    };
+    EXPECT_EQ(figures().at("clients").at(0).at("packets"), 0);
+    server.send("too short");
+    server.send(ofSize(28));
+    EXPECT_EQ(client.next().size(), 28u);
+    const json object = figures();
+    EXPECT_EQ(object.at("server").at("packets"), 1);
+    EXPECT_EQ(object.at("server").at("bytes"), 28);
+    EXPECT_EQ(object.at("server").at("handedOver"), 1);
+    EXPECT_EQ(object.at("server").at("controlClientsAdded"), 2);
+    EXPECT_EQ(object.at("socket").at("totalPacketsReceived"), 2);
+    EXPECT_EQ(object.at("socket").at("belowMinSize"), 1);
+    EXPECT_EQ(object.at("clients").size(), 1u);
+    EXPECT_EQ(object.at("clients").at(0).at("process"), ::getpid());
+    EXPECT_EQ(object.at("clients").at(0).at("packets"), 1);
+
+    const std::string text = server.ask("status").out;
+    EXPECT_THAT(text, AllOf(HasSubstr("dropped old  dropped new  queue bytes\n     1  "),
+                            HasSubstr("1 PDU, 28 bytes, in "),
+                            HasSubstr("1  datagrams shorter than a PDU header")));
+    EXPECT_THAT(server.stop().out, HasSubstr("1 client added, 1 packet handed over"));
+}
+
 TEST(Control, StopsASecondServerWithTheSameKey) {
     PacketServer server;
     const Outcome second = server.ask("run", {"--bind", "127.0.0.1", "--port", "0"});

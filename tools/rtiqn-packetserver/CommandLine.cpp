@@ -20,35 +20,57 @@ constexpr const char* theDescription =
     "Reads DIS packets from the network once and hands them to any number of programs of this "
     "host.\n"
     "\n"
-    "The programs, its clients, get their packets through shared memory; each has filters of its\n"
+    "The programs, its clients, get their packets through shared memory; each has filters of its "
     "own. A client that is slow, stopped or killed harms neither the server nor the others.";
 
 constexpr const char* theFooter =
     "Exit status:\n"
     "  0   done; of status: the server is alive\n"
-    "  1   of run: there is a server with that key already; of the others: there is none\n"
+    "  1   of run: another server has the key; of the others: there is none\n"
     "  2   there is a server, but it does not answer\n"
     "  3   standard output cannot be written\n"
     "  4   the network or shared memory failed\n"
     "  64  wrong usage\n"
     "\n"
     "Examples:\n"
-    "  rtiqn-packetserver run --key 12                        read port 3000, serve its packets\n"
-    "  rtiqn-packetserver run --key 12 --port 3001 --group 239.1.2.3 --device eth0\n"
-    "  rtiqn-packetserver status --key 12                     is it there, and what does it do?\n"
-    "  rtiqn-packetserver mode --key 12 internal              let its packet clients go\n"
+    "  rtiqn-packetserver run --key 12              read port 3000, serve its packets\n"
+    "  rtiqn-packetserver status --key 12           is it there, and what does it do?\n"
+    "  rtiqn-packetserver mode --key 12 internal    let its packet clients go\n"
     "  rtiqn-packetserver stop --key 12\n"
-    "  rtiqn-dis listen --via-server 12                       a client";
+    "  rtiqn-dis listen --via-server 12             a client";
 
 constexpr const char* theRunDescription =
-    "Serves until it is told to stop, or interrupted; then prints what was read, handed over and\n"
-    "lost. Standard error tells of clients that come and go. SIGUSR1 makes it tell the figures so\n"
-    "far there.";
+    "Serves until it is told to stop, or interrupted. Then it prints what was read, handed over "
+    "and lost. Standard error tells of clients that come and go. SIGUSR1 makes it tell the figures "
+    "so far there.";
+
+constexpr const char* theRunFooter =
+    "Examples:\n"
+    "  rtiqn-packetserver run --key 12\n"
+    "  rtiqn-packetserver run --key 12 --port 3001 --group 239.1.2.3 --device eth0\n"
+    "  rtiqn-packetserver run --key 12 --allow-others --max-clients 20 --quiet";
+
+constexpr const char* theStatusDescription =
+    "Tells whether a server is alive, its state, its clients, and what it has counted.";
+
+constexpr const char* theStatusFooter =
+    "Examples:\n"
+    "  rtiqn-packetserver status --key 12\n"
+    "  rtiqn-packetserver status --key 12 --format json | jq .socket.kernelDrops";
 
 constexpr const char* theModeDescription =
-    "Turns a server internal, so that it serves no packet clients and lets those go that it has, "
-    "or\n"
-    "external again.";
+    "Turns a server internal or external. An internal one serves no packet clients and lets those "
+    "go that it has; an external one serves them again.";
+
+constexpr const char* theModeFooter =
+    "Examples:\n"
+    "  rtiqn-packetserver mode --key 12 internal\n"
+    "  rtiqn-packetserver mode --key 12 external";
+
+constexpr const char* theStopFooter =
+    "Examples:\n"
+    "  rtiqn-packetserver stop --key 12\n"
+    "  rtiqn-packetserver stop --key 12 --timeout 10    of a host that is slow";
 
 std::string positiveComplaint(const std::string& text) {
     double value = 0;
@@ -92,6 +114,7 @@ void addNetwork(CLI::App& command, NetworkOptions& network) {
 
 void addRun(CLI::App& app, const Choose& choose) {
     CLI::App* command = app.add_subcommand("run", theRunDescription);
+    command->footer(theRunFooter);
     const auto options = std::make_shared<ServerOptions>();
     addServer(*command, options->key);
     addNetwork(*command, options->network);
@@ -116,8 +139,8 @@ std::shared_ptr<AskOptions> addAsking(CLI::App& command) {
 }
 
 void addStatus(CLI::App& app, const Choose& choose) {
-    CLI::App* command =
-        app.add_subcommand("status", "Tells whether a server is alive, and its state.");
+    CLI::App* command = app.add_subcommand("status", theStatusDescription);
+    command->footer(theStatusFooter);
     const auto options = addAsking(*command);
     command
         ->add_option_function<std::string>(
@@ -131,6 +154,7 @@ void addStatus(CLI::App& app, const Choose& choose) {
 
 void addMode(CLI::App& app, const Choose& choose) {
     CLI::App* command = app.add_subcommand("mode", theModeDescription);
+    command->footer(theModeFooter);
     const auto options = addAsking(*command);
     const auto mode = std::make_shared<std::string>();
     command->add_option("MODE", *mode, "internal or external")
@@ -144,6 +168,7 @@ void addMode(CLI::App& app, const Choose& choose) {
 
 void addStop(CLI::App& app, const Choose& choose) {
     CLI::App* command = app.add_subcommand("stop", "Ends a server in order.");
+    command->footer(theStopFooter);
     const auto options = addAsking(*command);
     command->final_callback([options, choose] { choose([options] { return runStop(*options); }); });
 }

@@ -1,8 +1,11 @@
 #include "Commands.h"
 
+#include <nlohmann/json.hpp>
+
 #include "ControlClient.h"
 #include "Errors.h"
 #include "Exceptions.h"
+#include "FiguresText.h"
 #include "KeyLock.h"
 #include "StatusText.h"
 #include "common/Console.h"
@@ -34,7 +37,7 @@ std::string serve(const ServerOptions& options, EventLog& log) {
     Signals signals;
     Server server(options, log);
     server.run(signals);
-    return server.summary();
+    return figuresText(server.figures());
 }
 
 }  // namespace
@@ -48,8 +51,16 @@ int runServer(const ServerOptions& options) {
 }
 
 int runStatus(const AskOptions& options) {
-    const ServerState state = ControlClient(options.key, options.timeout_s).state();
-    writeWholeOutput(options.json ? statusJson(options.key, state) : statusText(state));
+    ControlClient client(options.key, options.timeout_s);
+    const std::string figures = client.askFigures();
+    try {
+        writeWholeOutput(options.json ? statusJson(options.key, client.state(), figures)
+                                      : statusText(client.state(), figures));
+    } catch (const nlohmann::json::exception&) {
+        throw ProgramError(theNoAnswer,
+                           "what the " + serverOf(options.key) +
+                               " answers makes no sense; it may be of another version");
+    }
     return theSuccess;
 }
 

@@ -19,8 +19,8 @@ using namespace OrynRti;
 
 namespace {
 
-constexpr int theQueue_bytes = 4096;
-constexpr int theLargestRecord_bytes = 256;
+constexpr int theQueue_bytes = 1 << 17;
+constexpr int theLargestRecord_bytes = theQueue_bytes;  // figures of as many clients as may be
 
 std::string pathOf(int key) {
     char path[theDtRequestPathSize];
@@ -76,7 +76,8 @@ ControlClient::ControlClient(int key, double timeout_s) try
             DtShmMsgQueueManager::segmentSize(theQueue_bytes)),
       semaphores_(narrowed(pool_)),
       reader_(static_cast<Dt_Shm_Msg_Queue*>(pool_.address()), theQueue_bytes, semaphores_.id(), 0,
-              false, true, true) {
+              false, true, true),
+      record_(theLargestRecord_bytes) {
     add();
     await(state_.server);
     await(state_.client);
@@ -107,6 +108,13 @@ void ControlClient::ask() {
     send(DtCsAskState, state_.client.clientId);
     await(state_.server);
     await(state_.client);
+}
+
+std::string ControlClient::askFigures() {
+    send(DtCsAskFigures, state_.client.clientId);
+    DtCsServerPacketRecord record;
+    await(record);
+    return {record_.data() + sizeof record, record.packetLength};
 }
 
 void ControlClient::send(DtCsRequest what, std::uint32_t client) {
@@ -142,23 +150,22 @@ template <typename Record>
 void ControlClient::await(Record& record) {
     const Clock::time_point end = Clock::now() + std::chrono::duration_cast<Clock::duration>(
                                                      std::chrono::duration<double>(timeout_s_));
-    char buffer[theLargestRecord_bytes];
     int length = 0;
     for (;;) {
-        if (!take(buffer, sizeof buffer, length))
+        if (!take(length))
             wait(end);
-        else if (DtCsReadRecord(buffer, length, record))
+        else if (DtCsReadRecord(record_.data(), length, record))
             return;
     }
 }
 
 /// False when there is nothing. The byte that tells readers to go hides what was said before.
-bool ControlClient::take(char* buffer, int size, int& length) {
+bool ControlClient::take(int& length) {
     int status = 0;
-    length = reader_.Read(buffer, size, &status);
+    length = reader_.Read(record_.data(), theLargestRecord_bytes, &status);
     if (status == DtShmReadGoAway && reader_.goAway() != 0) {
         reader_.setGoAway(0);
-        length = reader_.Read(buffer, size, &status);
+        length = reader_.Read(record_.data(), theLargestRecord_bytes, &status);
     }
     return length >= 0;
 }

@@ -3,6 +3,7 @@
 
 #include <chrono>
 #include <string>
+#include <vector>
 
 #include "CliServer.h"
 #include "ShmPool.h"
@@ -42,6 +43,9 @@ public:
     /// Asks for the state anew.
     void ask();
 
+    /// Asks what the server has counted: see Server::figures().
+    std::string askFigures();
+
     /// A DtCsRequest that concerns the server as a whole.
     void request(OrynRti::DtCsRequest what) { send(what, 0); }
 
@@ -54,7 +58,7 @@ private:
     /// Takes records until there is one of the kind.
     template <typename Record>
     void await(Record& record);
-    bool take(char* buffer, int size, int& length);
+    bool take(int& length);
     void wait(Clock::time_point end);
     void add();
     void send(OrynRti::DtCsRequest what, std::uint32_t client);
@@ -67,6 +71,7 @@ private:
     OrynRti::DtSharedMemoryPoolManager pool_;
     OrynRti::DtShmSemaphores semaphores_;
     OrynRti::DtShmMsgQueueReader reader_;
+    std::vector<char> record_;  ///< The one that was read last.
     ServerState state_;
 };
 

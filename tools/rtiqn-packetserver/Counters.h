@@ -9,14 +9,14 @@ namespace RtiqnPacketServer {
 struct Counters {
     std::uint64_t packets = 0;  ///< Read from the network.
     std::uint64_t bytes = 0;
-    std::uint64_t handedOver = 0;  ///< Into queues; a packet counts for each client.
-    std::uint64_t clients = 0;     ///< Packet clients that were added.
-    std::uint64_t controls = 0;    ///< Control clients that were added.
+    std::uint64_t handedOver = 0;    ///< Into queues; a packet counts for each client.
+    std::uint64_t clientsAdded = 0;  ///< Packet clients.
+    std::uint64_t controlClientsAdded = 0;
     std::uint64_t networkFailures = 0;
 
-    // Of clients that are gone.
-    std::uint64_t droppedOld = 0;
-    std::uint64_t droppedNew = 0;
+    // Records for clients, those that are gone among them.
+    std::uint64_t droppedOld = 0;  ///< Overwritten unread.
+    std::uint64_t droppedNew = 0;  ///< Not written.
 
     // Requests that were not done.
     std::uint64_t malformed = 0;       ///< No record: size, version, kind.
@@ -28,6 +28,8 @@ struct Counters {
     std::uint64_t poolsRefused = 0;  ///< Shared memory that is not as it should be.
     std::uint64_t noPlace = 0;       ///< There were as many clients as there may be.
     std::uint64_t groupsRefused = 0;
+
+    std::uint64_t queuesRemoved = 0;  ///< That killed clients had left.
 };
 
 }  // namespace RtiqnPacketServer

@@ -5,35 +5,42 @@
 #include <unistd.h>
 #include <utility>
 
+#include "Print.h"
+#include "common/Console.h"
+
 namespace RtiqnPacketServer {
 
 using namespace OrynRti;
+using namespace RtiqnTools;
 
 EventLog::EventLog(bool quiet) : quiet_(quiet) {
     if (quiet)
         DtNotifyLevel = 0;
-    DtSetQuarnPrinter(this);
+    divertErrors([this](const std::string& text) { message(text); });
+    messages_.emplace();
 }
 
 EventLog::~EventLog() {
-    DtSetQuarnPrinter(&DtStandardErrorConsole);
+    messages_.reset();
+    divertErrors(nullptr);
 }
 
 void EventLog::line(const std::string& text) {
     if (!quiet_)
-        put("rtiqn-packetserver: " + text + "\n");
-}
-
-void EventLog::write(const std::string& text, int, bool) {
-    constexpr int theMostPieces = 32;
-    const std::time_t now = std::time(nullptr);
-    if (std::exchange(second_, now) != now)
-        piecesInSecond_ = 0;
-    if (++piecesInSecond_ <= theMostPieces)
         put(text);
 }
 
-void EventLog::put(const std::string& text) {
+void EventLog::message(const std::string& text) {
+    constexpr int theMostLines = 16;
+    const std::time_t now = std::time(nullptr);
+    if (std::exchange(second_, now) != now)
+        linesInSecond_ = 0;
+    if (++linesInSecond_ <= theMostLines)
+        put(text);
+}
+
+void EventLog::put(const std::string& line) {
+    const std::string text = "rtiqn-packetserver: " + line + "\n";
     constexpr std::size_t theMost_bytes = 4096;  // for which a pipe that is writable has room
     pollfd out{STDERR_FILENO, POLLOUT, 0};
     if (::poll(&out, 1, 0) != 1 || (out.revents & POLLOUT) == 0)

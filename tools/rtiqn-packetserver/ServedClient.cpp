@@ -94,6 +94,15 @@ void ServedClient::tellBytes(const char* bytes, int length) {
         notify();
 }
 
+void ServedClient::tellText(const std::string& text) {
+    DtCsServerPacketRecord record;
+    record.packetLength = static_cast<std::uint32_t>(text.size());
+    const char* const pieces[] = {reinterpret_cast<const char*>(&record), text.data()};
+    const int lengths[] = {sizeof record, static_cast<int>(text.size())};
+    if (queue_.writer().Writev(pieces, lengths, 2) >= 0)
+        notify();
+}
+
 /// The fence pairs with the client's, between its setting the word and its last look at the queue:
 /// it finds the record there, or the word is seen here.
 void ServedClient::notify() {

@@ -64,6 +64,8 @@ public:
     void tell(const Record& record) {
         tellBytes(reinterpret_cast<const char*>(&record), sizeof record);
     }
+    /// Writes a text of any length to its queue, as a packet without a sender.
+    void tellText(const std::string& text);
     void warn(OrynRti::DtCsWarningNumber number, const std::string& text);
 
     /// Tells why, and that it shall stop reading. The object is of no use from then on.

@@ -5,6 +5,7 @@
 
 #include "CliServer.h"
 #include "Errors.h"
+#include "FiguresText.h"
 #include "common/Console.h"
 
 namespace RtiqnPacketServer {
@@ -97,7 +98,7 @@ void Server::wait(const Signals& signals) {
 void Server::takeSignals(Signals& signals) {
     while (const int signal = signals.next())
         if (signal == SIGUSR1)
-            log_.line("so far:\n" + summary());
+            log_.line("so far:\n" + figuresText(figures()));
         else
             ending_ = true;
 }

@@ -47,8 +47,8 @@ public:
     /// summary to the log.
     void run(Signals& signals);
 
-    /// What was read and handed over, and all that was not.
-    std::string summary() const;
+    /// What was read and handed over, and all that was not, as one JSON object.
+    std::string figures() const;
 
 private:
     using Clients = std::vector<std::unique_ptr<ServedClient>>;

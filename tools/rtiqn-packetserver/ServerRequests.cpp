@@ -120,7 +120,7 @@ void Server::attach(const DtCsAddClientRecord& record, const Request& request,
     ServedClient& client = *clients_.back();
     client.countRequest();
     tellState(client);
-    ++(client.isControl() ? counters_.controls : counters_.clients);
+    ++(client.isControl() ? counters_.controlClientsAdded : counters_.clientsAdded);
     if (!client.isControl())
         log_.line(formatted("client %u (process %d) added, with a queue of %d bytes",
                             client.number(), client.process(), record.queueSize));
@@ -157,12 +157,17 @@ ServedClient* Server::askingClient(std::uint32_t number, const Request& request)
 
 void Server::control(const Request& request, RequestSocket& socket) {
     const auto record = recordOf<DtCsControlReqRecord>(request);
-    if (record.request != DtCsAskState && record.request != DtCsLeave)
+    if (record.request != DtCsAskState && record.request != DtCsLeave &&
+        record.request != DtCsAskFigures)
         return controlServer(record.request, request, socket);
     ServedClient* const client = askingClient(record.clientId, request);
-    if (client != nullptr && record.request == DtCsAskState)
+    if (client == nullptr)
+        return;
+    if (record.request == DtCsAskState)
         tellState(*client);
-    else if (client != nullptr)
+    else if (record.request == DtCsAskFigures)
+        client->isControl() ? client->tellText(figures()) : warnNotUnderstood(*client);
+    else
         drop(std::find_if(clients_.begin(), clients_.end(),
                           [&](const auto& known) { return known.get() == client; }),
              "left");

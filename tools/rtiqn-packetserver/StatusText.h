@@ -7,11 +7,12 @@
 
 namespace RtiqnPacketServer {
 
-/// What the two state messages print.
-std::string statusText(const ServerState& state);
+/// What the two state messages print, the server's packet clients, and what it has counted:
+/// `figures` is what Server::figures() gives.
+std::string statusText(const ServerState& state, const std::string& figures);
 
 /// The same as one JSON object.
-std::string statusJson(int key, const ServerState& state);
+std::string statusJson(int key, const ServerState& state, const std::string& figures);
 
 }  // namespace RtiqnPacketServer
 
