@@ -1,3 +1,5 @@
+#include <algorithm>
+#include <functional>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -73,6 +75,33 @@ TEST(NetworkCommands, ListenShowsEveryPduThatReplaySends) {
     }
     EXPECT_EQ(comparable(heard.out), comparable(recorded.out));
     EXPECT_EQ(lossesOf(heard.out), lossesOf(recorded.out));
+}
+
+TEST(NetworkCommands, ListenTellsAllCountersInTheMidstOfThePdus) {
+    Listener listener({"--counters", "0.01"});
+    replay(listener, {"--speed", "20"});
+    std::vector<json> records = objectsOf(listener.interrupt().out);
+    const json summary = records.back().at("summary");
+    records.pop_back();
+    const json last = records.back().at("counters");
+    EXPECT_EQ(last.at("pdus"), summary.at("pdus"));
+    EXPECT_EQ(last.at("datagrams"), 14);
+    EXPECT_EQ(last.at("notDelivered").at("lengthZero"), 2);
+    EXPECT_EQ(last.at("socket").at("totalPacketsReceived"), 14);
+    EXPECT_EQ(last.at("socket").at("invalidLengths"), 3);
+    const auto told = [](const json& record) { return record.contains("counters"); };
+    EXPECT_GT(std::count_if(records.begin(), records.end(), told), 2);
+    EXPECT_EQ(std::count_if(records.begin(), records.end(), std::not_fn(told)), 18);
+}
+
+/// Without a stream of objects they go to standard error.
+TEST(NetworkCommands, ListenTellsItsCountersAtTheEnd) {
+    const Outcome heard =
+        run({"listen", "--port", "0", "--bind", "127.0.0.1", "--for", "0.05", "--counters", "100"});
+    const std::size_t begin = heard.err.find('{');
+    const std::size_t size = heard.err.find('\n', begin) - begin;
+    EXPECT_EQ(json::parse(heard.err.substr(begin, size)).at("counters").at("pdus"), 0);
+    EXPECT_THAT(heard.out, testing::StartsWith("0 datagrams with 0 PDUs"));
 }
 
 TEST(NetworkCommands, ListenSelectsAsReadDoes) {
@@ -179,6 +208,9 @@ TEST(NetworkCommands, AnswerWithTheExitStatusOfWhatHappened) {
         {64, {"listen", "--group", "192.0.2.1"}},
         {64, {"listen", "--group", "239.1.2.3", "--bind", "::1"}},
         {64, {"listen", "--for", "nan"}},
+        {64, {"listen", "--counters", "0"}},
+        {64, {"listen", "--live"}},  // standard output is no terminal
+        {64, {"listen", "--live", "--format", "json"}},
         {64, {"replay", harbour()}},
         {64, {"replay", harbour(), "--to", "127.0.0.1:0"}},
         {64, {"replay", harbour(), "--to", "127.0.0.1:65536"}},

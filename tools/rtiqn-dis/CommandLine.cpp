@@ -23,7 +23,7 @@ namespace {
 constexpr const char* theDescription =
     "Listens to DIS traffic, records it, replays and reads recorded traffic, and sends some.\n"
     "\n"
-    "DIS simulations exchange protocol data units (PDUs, IEEE 1278.1) as UDP datagrams, often\n"
+    "DIS simulations exchange protocol data units (PDUs, IEEE 1278.1) as UDP datagrams, often "
     "several in one. This program shows every PDU with its sender and what could not be delivered.";
 
 constexpr const char* theFooter =
@@ -36,37 +36,75 @@ constexpr const char* theFooter =
     "The result goes to standard output, everything else to standard error.\n"
     "\n"
     "Examples:\n"
-    "  rtiqn-dis read exercise.pcap                     show what a capture file holds\n"
-    "  rtiqn-dis read --kind fire,detonation --format ndjson exercise.pcap\n"
+    "  rtiqn-dis listen --live                    who sends what just now\n"
     "  rtiqn-dis listen --exercise 7 --write exercise.pcap\n"
-    "  rtiqn-dis listen --via-server 12 --exercise 7    through the packet server with key 12\n"
+    "  rtiqn-dis read exercise.pcap               show what a capture file holds\n"
     "  rtiqn-dis replay exercise.pcap --to 192.0.2.255 --speed 2\n"
-    "  rtiqn-dis send --to 239.1.2.3:3000 --entities 20 --rate 5 --bundle 1400";
+    "  rtiqn-dis send --to 239.1.2.3:3000 --entities 20 --rate 5 --bundle 1400\n"
+    "Each command has more: rtiqn-dis listen --help.";
 
 constexpr const char* theListenDescription =
-    "Shows the PDUs that arrive, a line for each, until it is interrupted; then a table by kind "
-    "and\n"
-    "sender and the counts of what was not delivered. --port 0 lets the system choose a port.\n"
+    "Shows the PDUs that arrive. There is a line for each, until the program is interrupted; then "
+    "a table by kind and sender and the counts of what was not delivered. --port 0 lets the system "
+    "choose a port.\n"
     "\n"
-    "With --via-server the PDUs come from the packet server of this host that has the key, which\n"
-    "reads the network for any number of programs, and takes the selection as filters. It splits\n"
-    "datagrams: each PDU then counts as one. When it ends, its successor is waited for.";
+    "With --via-server the PDUs come from the packet server of this host that has the key, which "
+    "reads the network for any number of programs, and takes the selection as filters. It splits "
+    "datagrams: each PDU then counts as one. When it ends, its successor is waited for.\n"
+    "\n"
+    "With --counters there is a line of JSON every so many seconds and one at the end, on standard "
+    "error or, with --format ndjson, among the PDUs.";
+
+#define PLACES                                                                          \
+    "A place like 2/9 means the second of nine PDUs in a datagram; in JSON these are\n" \
+    "\"index\" and \"count\". A PDU and the coupled Attribute PDU behind it count as one.\n"
+
+constexpr const char* theListenFooter = PLACES
+    "\n"
+    "Examples:\n"
+    "  rtiqn-dis listen --live                    who sends what just now\n"
+    "  rtiqn-dis listen --exercise 7 --kind fire,detonation --count 10\n"
+    "  rtiqn-dis listen --group 239.1.2.3 --device eth0 --write exercise.pcap\n"
+    "  rtiqn-dis listen --format ndjson | jq -c 'select(.kind == 2)'\n"
+    "  rtiqn-dis listen --quiet --counters 60 2>>counters.log\n"
+    "  rtiqn-dis listen --via-server 12 --wait    through the packet server of key 12";
 
 constexpr const char* theReplayDescription =
-    "Sends the datagrams of a capture file (pcap or pcapng) again, with the pauses they came with.";
+    "Sends the datagrams of a capture file (pcap or pcapng) again. They go out with the pauses "
+    "that "
+    "they came with, as told, or without any.";
+
+constexpr const char* theReplayFooter =
+    "Examples:\n"
+    "  rtiqn-dis replay exercise.pcap --to 192.0.2.255\n"
+    "  rtiqn-dis replay exercise.pcap --to 239.1.2.3:3001 --device eth0 --ttl 8\n"
+    "  rtiqn-dis replay exercise.pcap --to 127.0.0.1 --top-speed --loop 100\n"
+    "  rtiqn-dis replay exercise.pcap --to 127.0.0.1 --exercise 9 --bundle 1400";
 
 constexpr const char* theSendDescription =
-    "Sends the Entity State PDUs of ships that move in circles on the North Sea and beyond, until\n"
-    "it is interrupted.";
+    "Sends the Entity State PDUs of ships. They move in circles on the North Sea and beyond, until "
+    "the program is interrupted.";
+
+constexpr const char* theSendFooter =
+    "Examples:\n"
+    "  rtiqn-dis send --to 127.0.0.1                          one ship, once a second\n"
+    "  rtiqn-dis send --to 239.1.2.3:3000 --entities 20 --rate 5 --bundle 1400\n"
+    "  rtiqn-dis send --to 192.0.2.1 192.0.2.2 --exercise 7 --dis-version 6 --for 60";
 
 constexpr const char* theReadDescription =
-    "Shows the PDUs of a capture file (pcap or pcapng) as listening to it would have: a line for\n"
-    "each PDU, then a table by kind and sender and the counts of what was not delivered.";
+    "Shows the PDUs of a capture file (pcap or pcapng). It does so as listening to it would have: "
+    "a line for each PDU, then a table by kind and sender and the counts of what was not "
+    "delivered.";
 
-constexpr const char* theReadFooter =
-    "A place like 2/9 means the second of nine PDUs in a datagram; in JSON these are \"index\" "
-    "and\n"
-    "\"count\". A PDU and the coupled Attribute PDU behind it count as one.";
+constexpr const char* theReadFooter = PLACES
+    "\n"
+    "Examples:\n"
+    "  rtiqn-dis read exercise.pcap\n"
+    "  rtiqn-dis read --quiet --strict exercise.pcap          is everything in order?\n"
+    "  rtiqn-dis read --kind fire,detonation --format ndjson exercise.pcap\n"
+    "  rtiqn-dis read --port 3001 --not-kind 1 exercise.pcap";
+
+#undef PLACES
 
 std::string positiveComplaint(const std::string& text) {
     double value = 0;
@@ -100,7 +138,7 @@ void addServer(CLI::App& command, ListenOptions& options) {
 
 void addListen(CLI::App& app, const Choose& choose) {
     CLI::App* command = app.add_subcommand("listen", theListenDescription);
-    command->footer(theReadFooter);
+    command->footer(theListenFooter);
     const auto options = std::make_shared<ListenOptions>();
     addReportArguments(*command, options->report, 0);
     command->add_option("--bind", options->bind, "Listen on this address of the host only")
@@ -118,9 +156,21 @@ void addListen(CLI::App& app, const Choose& choose) {
         ->add_option("--write", options->recordPath,
                      "Record all datagrams of the port in a capture file, as they arrived")
         ->option_text("FILE.pcap");
+    CLI::Option* counters =
+        command->add_option("--counters", options->counters_s,
+                            "Tell all counters every so many seconds, as a line of JSON");
+    counters->check(positiveComplaint)->option_text("SECONDS");
+    command
+        ->add_flag("--live", options->live,
+                   "Show a table of rates that is refreshed each second, no PDUs")
+        ->excludes(counters)
+        ->excludes(command->get_option("--format"))
+        ->option_text(" ");
     addServer(*command, *options);
-    command->final_callback(
-        [options, choose] { choose([options] { return runListen(*options); }); });
+    command->final_callback([options, choose] {
+        options->report.quiet = options->report.quiet || options->live;
+        choose([options] { return runListen(*options); });
+    });
 }
 
 void addRead(CLI::App& app, const Choose& choose) {
@@ -159,8 +209,9 @@ void addPace(CLI::App& command, ReplayOptions& options) {
         command.add_option("--speed", options.speed, "Times as fast as recorded (1)")
             ->check(positiveComplaint)
             ->option_text("X");
-    CLI::Option* topSpeed =
-        command.add_flag("--top-speed", options.topSpeed, "Without any pause")->excludes(speed);
+    CLI::Option* topSpeed = command.add_flag("--top-speed", options.topSpeed, "Without any pause")
+                                ->excludes(speed)
+                                ->option_text(" ");
     command
         .add_option("--pps", options.datagramsPerSecond, "N recorded datagrams a second, evenly")
         ->check(positiveComplaint)
@@ -171,6 +222,7 @@ void addPace(CLI::App& command, ReplayOptions& options) {
 
 void addReplay(CLI::App& app, const Choose& choose) {
     CLI::App* command = app.add_subcommand("replay", theReplayDescription);
+    command->footer(theReplayFooter);
     const auto options = std::make_shared<ReplayOptions>();
     command->add_option("CAPTURE", options->path, "The capture file")->required()->option_text(" ");
     addSending(*command, options->sending);
@@ -198,6 +250,7 @@ void addReplay(CLI::App& app, const Choose& choose) {
 
 void addSend(CLI::App& app, const Choose& choose) {
     CLI::App* command = app.add_subcommand("send", theSendDescription);
+    command->footer(theSendFooter);
     const auto options = std::make_shared<SendOptions>();
     addSending(*command, options->sending);
     command->add_option("--entities", options->entities, "How many ships (1)")

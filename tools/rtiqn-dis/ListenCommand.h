@@ -14,6 +14,8 @@ struct ListenOptions {
     std::string device;  ///< empty for all
     std::vector<std::string> groups;
     double duration_s = 0;  ///< 0 for no end
+    double counters_s = 0;  ///< how often to tell all counters; 0 for never
+    bool live = false;      ///< a table that is refreshed instead of a line for each PDU
     std::string recordPath;
     int serverKey = -1;          ///< of a packet server; -1 to listen on the network
     bool waitForServer = false;  ///< also for the first one

@@ -56,13 +56,12 @@ bool ListenSocket::receivePdu() {
     return true;
 }
 
-void ListenSocket::reportLosses() {
-    TrafficStatistics& statistics = report_.statistics();
-    statistics.addLoss(Loss::KernelDropped, "", counters().kernelDrops);
-    statistics.addLoss(Loss::QueueFull, "", counters().receiveQueueDrops);
-    statistics.addLoss(Loss::QueuedTooLarge, "",
-                       counters().truncatedDatagrams + disCounters().queuedPdusLost);
-    statistics.addLoss(Loss::TooShort, "", counters().emptyDatagrams);
+std::vector<std::pair<Loss, std::uint64_t>> ListenSocket::losses() const {
+    const Counters datagrams = counters();
+    return {{Loss::KernelDropped, datagrams.kernelDrops},
+            {Loss::QueueFull, datagrams.receiveQueueDrops},
+            {Loss::QueuedTooLarge, datagrams.truncatedDatagrams + disCounters().queuedPdusLost},
+            {Loss::TooShort, datagrams.emptyDatagrams}};
 }
 
 /// The first step of the receive chain: the datagram is still whole, unless it is a PDU from the

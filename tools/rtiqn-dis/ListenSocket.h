@@ -19,8 +19,8 @@ public:
     /// Receives one PDU and reports it. False when nothing is there. Throws NetworkError.
     bool receivePdu();
 
-    /// Adds to the statistics what the socket and the system have lost.
-    void reportLosses();
+    /// What the socket and the system have lost so far.
+    std::vector<std::pair<Loss, std::uint64_t>> losses() const;
 
     int minSizeFilter(int size, OrynRti::DtInetSocketBufferChain& chain,
                       OrynRti::DtInetEndpoint& sender, int* status) override;

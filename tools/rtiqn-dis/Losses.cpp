@@ -20,7 +20,7 @@ constexpr LossInfo theLosses[] = {
      "the sender writes a length of 1 to 11, less than a PDU header", true},
     {Loss::Incomplete, "incomplete", "PDU longer than what is left of its datagram", true},
     {Loss::WrongAlignment, "wrongAlignment",
-     "the sender pads a bundle otherwise than its DIS version demands (8 bytes from 7 on)", true},
+     "the sender pads bundles unlike its DIS version (8 bytes from 7 on)", true},
     {Loss::RestTooShort, "restTooShort", "rest of a datagram too short for a PDU header", true},
     {Loss::AttributeMissing, "attributeMissing",
      "coupled Attribute PDU missing or broken (its PDU was delivered)", true},

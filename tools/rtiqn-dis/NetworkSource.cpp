@@ -57,7 +57,11 @@ void NetworkSource::open(const Groups& groups) {
                                errorOf(socket_));
     if (socket_.pollDescriptor() < 0)
         throw NetworkError("cannot wait for datagrams: " + errorOf(socket_));
-    printError("listening on " + textOf(socket_.localEndpoint().toDtString(false)));
+    printError("listening on " + title());
+}
+
+std::string NetworkSource::title() const {
+    return textOf(socket_.localEndpoint().toDtString(false));
 }
 
 }  // namespace RtiqnDis

@@ -16,7 +16,12 @@ public:
     bool receive() override { return socket_.receivePdu(); }
     int descriptor() override { return socket_.pollDescriptor(); }
     double longestWait_s() override { return 3600; }
-    void reportLosses() override { socket_.reportLosses(); }
+    std::vector<std::pair<Loss, std::uint64_t>> losses() const override { return socket_.losses(); }
+    std::string title() const override;
+    const char* key() const override { return "socket"; }
+    OrynRti::DtCounterSnapshot counters() const override {
+        return OrynRti::DtCounterSnapshot(socket_);
+    }
 
 private:
     using Groups = std::vector<OrynRti::DtInetAddr>;

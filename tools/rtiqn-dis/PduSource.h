@@ -1,6 +1,14 @@
 #ifndef RTIQN_DIS_PDU_SOURCE_H
 #define RTIQN_DIS_PDU_SOURCE_H
 
+#include <cstdint>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "CounterSnapshot.h"
+#include "Losses.h"
+
 namespace RtiqnDis {
 
 /// Where `listen` has its PDUs from.
@@ -18,8 +26,17 @@ public:
     /// How long to wait for the descriptor at most.
     virtual double longestWait_s() = 0;
 
-    /// Adds to the statistics what was lost on the way. Once, at the end.
-    virtual void reportLosses() = 0;
+    /// What was lost on the way here so far.
+    virtual std::vector<std::pair<Loss, std::uint64_t>> losses() const = 0;
+
+    /// At the end: finds out what losses() cannot tell until it is asked for.
+    virtual void askForLosses() {}
+
+    /// What it is to a person, and in data.
+    virtual std::string title() const = 0;
+    virtual const char* key() const = 0;
+
+    virtual OrynRti::DtCounterSnapshot counters() const = 0;
 };
 
 }  // namespace RtiqnDis

@@ -1,6 +1,7 @@
 #include "PduWriter.h"
 
 #include <nlohmann/json.hpp>
+#include <unistd.h>
 
 #include "PduKinds.h"
 #include "common/Console.h"
@@ -29,13 +30,14 @@ public:
     void pdu(const ReceivedPdu& received) override {
         if (quiet_)
             return;
-        const PduHeader& header = received.pdu.header;
-        writeOutput(
-            formatted("%.6f  %-21s  DIS %u  exercise %3u  %3u %-34s  %5u bytes  %zu/%zu%s\n",
-                      received.time_s, received.sender.c_str(), header.version, header.exercise,
-                      header.kind, kindName(header.kind), header.length_bytes, received.index,
-                      received.count, received.pdu.coupled ? "  with Attribute PDU" : ""));
+        if (!any_)
+            writeOutput(styled(formatted("%-17s %-21s %3s %4s %5s %5s %3s", "time", "sender", "DIS",
+                                         "exer", "bytes", "place", "kind"),
+                               Style::bold, STDOUT_FILENO) +
+                        '\n');
         any_ = true;
+        writeOutput((isTerminal_ ? clipped(lineOf(received), outputColumns()) : lineOf(received)) +
+                    '\n');
     }
 
     void finish(const TrafficStatistics& statistics) override {
@@ -44,7 +46,17 @@ public:
     }
 
 private:
+    static std::string lineOf(const ReceivedPdu& received) {
+        const PduHeader& header = received.pdu.header;
+        return formatted("%17.6f %-21s %3u %4u %5u %5s %3u %s%s", received.time_s,
+                         received.sender.c_str(), header.version, header.exercise,
+                         header.length_bytes,
+                         formatted("%zu/%zu", received.index, received.count).c_str(), header.kind,
+                         kindName(header.kind), received.pdu.coupled ? " + Attribute PDU" : "");
+    }
+
     bool quiet_;
+    bool isTerminal_ = isTerminal(STDOUT_FILENO);
     bool any_ = false;
 };
 

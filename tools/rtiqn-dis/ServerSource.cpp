@@ -60,9 +60,8 @@ bool ServerSource::connect() {
         return false;
     }
     complaint_.clear();
-    printError(formatted("listening through the packet server with key %d%s, which reads port %u",
-                         options_.serverKey, isSuccessor_ ? " again" : "",
-                         client_.serverState().serverPort));
+    printError(formatted("listening through %s%s, which reads port %u", title().c_str(),
+                         isSuccessor_ ? " again" : "", client_.serverState().serverPort));
     isSuccessor_ = true;
     return true;
 }
@@ -132,10 +131,11 @@ void ServerSource::take(int length) {
 }
 
 /// The answer comes behind what is in the queue, which nobody asks for any more.
-void ServerSource::askForDrops() {
+void ServerSource::askForLosses() {
     constexpr double limit_s = 0.5;
     const auto end = std::chrono::steady_clock::now() + std::chrono::duration<double>(limit_s);
     const std::uint64_t before = client_.statistics().stateAnswers;
+    missedAtEnd_ = client_.statistics().missed;
     if (!client_.isConnected() || !client_.requestState())
         return;
     int length = 0;
@@ -144,15 +144,18 @@ void ServerSource::askForDrops() {
         client_.receive(nullptr, 0, length, 0.01);
 }
 
-void ServerSource::reportLosses() {
-    const std::uint64_t missed = client_.statistics().missed;
-    askForDrops();
+std::vector<std::pair<Loss, std::uint64_t>> ServerSource::losses() const {
+    const DtPacketServerClientStatistics& statistics = client_.statistics();
+    const std::uint64_t missed = missedAtEnd_.value_or(statistics.missed);
     const std::uint64_t unwritten =
         std::min<std::uint64_t>(missed, client_.clientState().droppedNewCount);
-    TrafficStatistics& statistics = report_.statistics();
-    statistics.addLoss(Loss::ServerOverwritten, "", missed - unwritten);
-    statistics.addLoss(Loss::ServerUnwritten, "", unwritten);
-    statistics.addLoss(Loss::ServerUnreadable, "", client_.statistics().unreadable);
+    return {{Loss::ServerOverwritten, missed - unwritten},
+            {Loss::ServerUnwritten, unwritten},
+            {Loss::ServerUnreadable, statistics.unreadable}};
+}
+
+std::string ServerSource::title() const {
+    return formatted("the packet server with key %d", options_.serverKey);
 }
 
 }  // namespace RtiqnDis

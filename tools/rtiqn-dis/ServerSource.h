@@ -1,6 +1,7 @@
 #ifndef RTIQN_DIS_SERVER_SOURCE_H
 #define RTIQN_DIS_SERVER_SOURCE_H
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -21,7 +22,13 @@ public:
     bool receive() override;
     int descriptor() override { return client_.pollDescriptor(); }
     double longestWait_s() override;
-    void reportLosses() override;
+    std::vector<std::pair<Loss, std::uint64_t>> losses() const override;
+    void askForLosses() override;
+    std::string title() const override;
+    const char* key() const override { return "client"; }
+    OrynRti::DtCounterSnapshot counters() const override {
+        return OrynRti::DtCounterSnapshot(client_);
+    }
 
 private:
     bool connect();
@@ -29,7 +36,6 @@ private:
     bool tryAgain();
     void complain(const std::string& text);
     void take(int length);
-    void askForDrops();
 
     const ListenOptions& options_;
     PduReport& report_;
@@ -38,6 +44,7 @@ private:
     std::vector<char> buffer_;
     OrynRti::DtInetEndpoint sender_;
     bool isSuccessor_ = false;
+    std::optional<std::uint64_t> missedAtEnd_;
     std::string complaint_;  ///< The last one, so that it is not repeated.
 };
 

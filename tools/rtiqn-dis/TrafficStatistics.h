@@ -6,6 +6,7 @@
 #include <string>
 #include <utility>
 
+#include "CounterSnapshot.h"
 #include "Losses.h"
 #include "PerformanceStats.h"
 #include "Unbundler.h"
@@ -64,11 +65,19 @@ private:
 /// The table at the end: traffic by kind and sender with rates, and what was not delivered.
 std::string tableText(const TrafficStatistics& statistics);
 
+/// "         1  datagram shorter than a PDU header: SENDER".
+std::string lossLine(Loss loss, const std::string& sender, std::uint64_t count);
+
 /// What was lost, a line each, under a title; empty when nothing was.
 std::string lossesText(const TrafficStatistics& statistics, const char* title);
 
 /// The table as one JSON object.
 std::string summaryJson(const TrafficStatistics& statistics);
+
+/// What has been counted until a Unix time, within so many seconds, as one JSON object in a line.
+/// `source` names what the snapshot is of.
+std::string countersJson(const TrafficStatistics& statistics, double time_s, double seconds,
+                         const char* source, const OrynRti::DtCounterSnapshot& snapshot);
 
 }  // namespace RtiqnDis
 

@@ -1,10 +1,11 @@
-#include <algorithm>
-#include <nlohmann/json.hpp>
+#include <unistd.h>
 
 #include "OwnTimes.h"
 #include "PduKinds.h"
 #include "TrafficStatistics.h"
 #include "common/Console.h"
+#include "common/CountersJson.h"
+#include "common/TextTable.h"
 
 namespace RtiqnDis {
 
@@ -15,42 +16,33 @@ namespace {
 using Json = nlohmann::ordered_json;
 using Traffic = TrafficStatistics::Traffic;
 
-/// Column widths that grow with their contents.
-struct Widths {
-    int name = 4;
-    int sender = 6;
-};
-
-Widths widthsOf(const TrafficStatistics& statistics) {
-    Widths widths;
-    for (const auto& [key, traffic] : statistics.traffic()) {
-        widths.name =
-            std::max(widths.name, static_cast<int>(std::string(kindName(key.first)).size()));
-        widths.sender = std::max(widths.sender, static_cast<int>(key.second.size()));
-    }
-    return widths;
-}
-
 std::string rateText(std::uint64_t count, double duration_s) {
     return duration_s > 0 ? formatted("%.1f", static_cast<double>(count) / duration_s) : "-";
 }
 
-std::string row(const Widths& widths, const std::string& kind, const std::string& name,
-                const std::string& sender, const Traffic& traffic, double duration_s) {
-    return formatted(
-        "%4s  %-*s  %-*s  %10llu  %12llu  %10s\n", kind.c_str(), widths.name, name.c_str(),
-        widths.sender, sender.c_str(), static_cast<unsigned long long>(traffic.pdus),
-        static_cast<unsigned long long>(traffic.bytes), rateText(traffic.pdus, duration_s).c_str());
+std::vector<std::string> row(const std::string& kind, const std::string& name,
+                             const std::string& sender, const Traffic& traffic, double duration_s) {
+    return {kind,
+            name,
+            sender,
+            std::to_string(traffic.pdus),
+            std::to_string(traffic.bytes),
+            rateText(traffic.pdus, duration_s)};
 }
 
 std::string trafficText(const TrafficStatistics& statistics) {
-    const Widths widths = widthsOf(statistics);
-    std::string text = formatted("\n%4s  %-*s  %-*s  %10s  %12s  %10s\n", "kind", widths.name,
-                                 "name", widths.sender, "sender", "PDUs", "bytes", "PDUs/s");
+    using Column = TextTable::Column;
+    TextTable table({{"kind", Column::Right},
+                     {"name", Column::Left, 12},
+                     {"sender", Column::Left, 15},
+                     {"PDUs", Column::Right},
+                     {"bytes", Column::Right},
+                     {"PDUs/s", Column::Right}});
     for (const auto& [key, traffic] : statistics.traffic())
-        text += row(widths, std::to_string(key.first), kindName(key.first), key.second, traffic,
-                    statistics.duration());
-    return text + row(widths, "", "all", "", statistics.total(), statistics.duration());
+        table.add(row(std::to_string(key.first), kindName(key.first), key.second, traffic,
+                      statistics.duration()));
+    table.add(row("", "all", "", statistics.total(), statistics.duration()));
+    return "\n" + table.text();
 }
 
 Json trafficJson(const TrafficStatistics& statistics) {
@@ -77,14 +69,22 @@ Json lossesJson(const TrafficStatistics& statistics) {
 
 }  // namespace
 
+std::string lossLine(Loss loss, const std::string& sender, std::uint64_t count) {
+    const std::string line =
+        formatted("%10llu  %s", static_cast<unsigned long long>(count), lossText(loss));
+    return sender.empty() ? line : line + ": " + sender;
+}
+
+/// The sender goes to a line of its own where there is no room.
 std::string lossesText(const TrafficStatistics& statistics, const char* title) {
     if (statistics.losses().empty())
         return {};
-    std::string text = std::string("\n") + title + "\n";
+    std::string text = "\n" + styled(title, Style::red, STDOUT_FILENO) + "\n";
     for (const auto& [key, count] : statistics.losses()) {
-        text +=
-            formatted("%10llu  %s", static_cast<unsigned long long>(count), lossText(key.first));
-        text += key.second.empty() ? "\n" : ": " + key.second + "\n";
+        std::string line = lossLine(key.first, key.second, count);
+        if (!key.second.empty() && line.size() > outputColumns())
+            line.replace(line.size() - key.second.size() - 1, 1, "\n            ");
+        text += line + '\n';
     }
     return text;
 }
@@ -107,6 +107,24 @@ std::string summaryJson(const TrafficStatistics& statistics) {
         {"pdus", statistics.total().pdus},     {"attributePdus", statistics.attributePdus()},
         {"bytes", statistics.total().bytes},   {"seconds", statistics.duration()},
         {"traffic", trafficJson(statistics)},  {"notDelivered", lossesJson(statistics)}}
+        .dump();
+}
+
+std::string countersJson(const TrafficStatistics& statistics, double time_s, double seconds,
+                         const char* source, const OrynRti::DtCounterSnapshot& snapshot) {
+    Json losses = Json::object();
+    for (const auto& [key, count] : statistics.losses())
+        losses[lossKey(key.first)] = losses.value(lossKey(key.first), std::uint64_t{0}) + count;
+    return Json{{"counters",
+                 {{"time", time_s},
+                  {"seconds", seconds},
+                  {"datagrams", statistics.datagrams()},
+                  {"datagramBytes", statistics.datagramBytes()},
+                  {"pdus", statistics.total().pdus},
+                  {"attributePdus", statistics.attributePdus()},
+                  {"bytes", statistics.total().bytes},
+                  {"notDelivered", std::move(losses)},
+                  {source, RtiqnTools::countersJson(snapshot)}}}}
         .dump();
 }
 
