@@ -106,7 +106,8 @@ private:
 class DT_EXPORT DtListedObj {
 public:
     DtListedObj() = default;
-    DtListedObj(const DtListedObj&) {}                            ///< In no list.
+    DtListedObj(const DtListedObj&) {}  ///< In no list.
+    // NOLINTNEXTLINE(bugprone-unhandled-self-assignment): nothing is assigned
     DtListedObj& operator=(const DtListedObj&) { return *this; }  ///< Changes nothing.
     virtual ~DtListedObj();
 

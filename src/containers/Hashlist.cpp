@@ -98,6 +98,7 @@ DtHashlist::DtHashlist(const DtHashlist& other) : DtHashlist(other.bucketCount_)
     DtHashlist::setFromOther(other);
 }
 
+// NOLINTNEXTLINE(bugprone-unhandled-self-assignment): setFromOther sees to it
 DtHashlist& DtHashlist::operator=(const DtHashlist& other) {
     setFromOther(other);
     return *this;

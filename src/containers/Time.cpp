@@ -172,7 +172,7 @@ void DtTimeInit() {
     DtClock* none = nullptr;
     if (__atomic_compare_exchange_n(&DtObsoleteGlobalClock, &none, clock.get(), false,
                                     __ATOMIC_RELEASE, __ATOMIC_RELAXED))
-        clock.release();
+        static_cast<void>(clock.release());  // of the process from now on
 }
 
 double DtGetSimTime() {

@@ -182,7 +182,8 @@ bool DtFedTarget::knownVariantRecordDatatype(const DtVariantRecordDatatypeType& 
 // --------------------------------------------------------- identification, mask, small things --
 
 void DtFedTarget::addModelIdentification(const DtString& identification) {
-    const DtString added(identification);  // a copy is never cleared, and so safe in a set
+    // A copy is never cleared, and so safe in a set.
+    const DtString added(identification);  // NOLINT(performance-unnecessary-copy-initialization)
     if (modelIdentifications_.empty())
         modelIdentification_ = added;
     modelIdentifications_.insert(added);

@@ -304,7 +304,7 @@ bool DtInetEndpoint::isOk() {
 }
 
 DtString DtInetEndpoint::getLastErrorString() {
-    const DtString text = lastErrorText_;
+    DtString text = lastErrorText_;
     error_ = false;
     lastErrorText_ = "";
     return text;

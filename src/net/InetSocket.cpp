@@ -219,7 +219,7 @@ bool DtInetSocket::addProcessingCallback(DtInetSockProcessingType type,
     auto info = std::make_unique<DtInetSocketProcessingCbInfo>();
     *info = {callback, userData, order, nextSequence_++};
     chain.emplace(order, info.get());
-    info.release();
+    static_cast<void>(info.release());  // of the chain from now on
     chainSizes_[type].store(chain.size(), std::memory_order_relaxed);
     return true;
 }

@@ -221,7 +221,7 @@ bool DtInetTcpSocket::closeSocket() {
 
 /// The descriptor stays the caller's when this fails.
 TcpFailure DtInetTcpSocket::takeDescriptor(int number) {
-    const TcpFailure failure = attempt([&] {
+    TcpFailure failure = attempt([&] {
         checkedCall("close on exec", [=] { return fcntl(number, F_SETFD, FD_CLOEXEC); });
         parts_->apply(number, flags());
     });

@@ -157,6 +157,7 @@ bool DtInetTcpSocket::initAcceptedConnection(const DtInetAddr& localAddr, unsign
     return true;
 }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): callers override it so
 bool DtInetTcpSocket::openAcceptedConnection(DtInetEndpoint peer) {
     const DtScopedLock lock(mutex());
     if (!isOpen())

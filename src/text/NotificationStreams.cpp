@@ -11,7 +11,7 @@ namespace {
 template <class T>
 union Undestroyed {
     constexpr Undestroyed() : unused() {}
-    ~Undestroyed() {}
+    ~Undestroyed() {}  // NOLINT(modernize-use-equals-default): of a union, it would be deleted
 
     unsigned char unused;
     T object;

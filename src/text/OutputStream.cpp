@@ -13,7 +13,7 @@ namespace OrynRti {
 namespace {
 
 /// A buffer that has grown beyond this for one long piece is given back.
-constexpr size_t theMaxKeptCapacity_bytes = 64 * 1024;
+constexpr size_t theMaxKeptCapacity_bytes = size_t{64} * 1024;
 constexpr size_t theUsualCapacity_bytes = 240;
 
 constexpr int theAttemptsBeforeSleep = 25;

@@ -227,7 +227,7 @@ DtString& DtString::operator+=(const char* text) {
         char* const block = newBlock(needed);
         if (held != 0)
             std::memcpy(block, data_, held);
-        std::memcpy(block + held, text, added);
+        std::memcpy(block + held, text, added);  // NOLINT(bugprone-not-null-terminated-result)
         adopt(block, needed);
     }
     data_[held + added] = '\0';

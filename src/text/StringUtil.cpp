@@ -183,10 +183,8 @@ int DtStringGetNetPadding(DtStringEncodingType type) {
 DtString DtToString(const std::wstring& text) {
     std::string narrow;
     narrow.reserve(text.size());
-    for (const wchar_t unit : text) {
-        const auto code = static_cast<std::uint32_t>(unit);
-        narrow += code <= 0xFF ? static_cast<char>(code) : '?';
-    }
+    for (const wchar_t unit : text)
+        narrow += unit >= 0 && unit <= 0xFF ? static_cast<char>(unit) : '?';
     return narrow;
 }
 

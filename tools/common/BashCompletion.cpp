@@ -64,7 +64,7 @@ void writeChoices(std::ostream& script, const CLI::App& command) {
 }  // namespace
 
 std::string bashCompletion(const CLI::App& program) {
-    const std::string name = program.get_name();
+    const std::string& name = program.get_name();
     std::ostringstream script;
     std::ostringstream cases;
     std::ostringstream values;

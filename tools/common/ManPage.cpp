@@ -149,7 +149,7 @@ void writeSeeAlso(std::ostream& page, const std::string& name) {
 }  // namespace
 
 std::string manPage(const CLI::App& program, const std::string& version) {
-    const std::string name = program.get_name();
+    const std::string& name = program.get_name();
     std::ostringstream page;
     page << ".TH " << upper(name) << " 1 \"\" \"rtiqnutil " << version << "\" \"User Commands\"\n"
          << ".nh\n.ad l\n"

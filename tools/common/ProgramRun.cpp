@@ -59,7 +59,7 @@ std::string commandList(const CLI::App& app) {
 /// What was wrong, and what to do about it.
 std::string complaint(const CLI::App& app, const std::string& error, const std::string& firstWord) {
     const std::vector<CLI::App*> chosen = app.get_subcommands();
-    const std::string program = app.get_name();
+    const std::string& program = app.get_name();
     if (!chosen.empty())
         return error + "\n'" + program + ' ' + chosen.front()->get_name() + " --help' tells more";
     const std::string what = firstWord.empty() || firstWord[0] == '-'

@@ -137,8 +137,7 @@ void CaptureWriter::add(const DtInetEndpoint& source, const DtInetEndpoint& dest
     buildPacket(packet_, source, destination, data);
     pcap_pkthdr header{};
     header.ts.tv_sec = static_cast<time_t>(std::floor(time_s));
-    header.ts.tv_usec =
-        static_cast<suseconds_t>((time_s - std::floor(time_s)) * 1e6 + 0.5) % 1000000;
+    header.ts.tv_usec = std::lround((time_s - std::floor(time_s)) * 1e6) % 1000000;
     header.caplen = header.len = static_cast<bpf_u_int32>(packet_.size());
     pcap_dump(reinterpret_cast<unsigned char*>(file_.get()), &header, packet_.data());
 }

@@ -16,9 +16,8 @@ double Pacer::elapsed_s() const {
 
 void Pacer::waitUntil(double moment_s) {
     constexpr double longest_s = 3600;
-    for (double left_s = moment_s - elapsed_s(); left_s > 0 && !StopSignals::requested();
-         left_s = moment_s - elapsed_s()) {
-        const double wait_s = std::min(left_s, longest_s);
+    while (elapsed_s() < moment_s && !StopSignals::requested()) {
+        const double wait_s = std::clamp(moment_s - elapsed_s(), 0.0, longest_s);
         timespec timeout{};
         timeout.tv_sec = static_cast<time_t>(wait_s);
         timeout.tv_nsec = static_cast<long>((wait_s - static_cast<double>(timeout.tv_sec)) * 1e9);

@@ -26,6 +26,7 @@ std::string kindComplaint(const std::string& text) {
 
 std::vector<std::uint8_t> kindsOf(const std::vector<std::string>& texts) {
     std::vector<std::uint8_t> kinds;
+    kinds.reserve(texts.size());
     for (const std::string& text : texts)
         kinds.push_back(parseKind(text).value());
     return kinds;

@@ -13,7 +13,7 @@ namespace RtiqnFom {
 
 namespace {
 
-constexpr std::uintmax_t theLargeInput_bytes = 8 * 1024 * 1024;
+constexpr std::uintmax_t theLargeInput_bytes = std::uintmax_t{8} * 1024 * 1024;
 /// Goes to the start of the line and clears it.
 constexpr const char* theClearLine = "\r\033[K";
 

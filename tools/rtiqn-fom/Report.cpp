@@ -46,7 +46,7 @@ std::string commonFolder(const std::vector<ModuleResult>& modules) {
     std::string folder = modules.front().path.substr(0, modules.front().path.rfind('/') + 1);
     for (const ModuleResult& module : modules) {
         while (!folder.empty() && module.path.compare(0, folder.size(), folder) != 0)
-            folder = folder.substr(0, folder.rfind('/', folder.size() - 2) + 1);
+            folder.resize(folder.rfind('/', folder.size() - 2) + 1);
     }
     return folder;
 }
@@ -54,6 +54,7 @@ std::string commonFolder(const std::vector<ModuleResult>& modules) {
 std::vector<std::string> rowNames(const std::vector<ModuleResult>& modules,
                                   const std::string& folder) {
     std::vector<std::string> names;
+    names.reserve(modules.size());
     for (const ModuleResult& module : modules)
         names.push_back((module.creates ? "" : "+ ") + module.path.substr(folder.size()));
     names.emplace_back("federation");
@@ -129,13 +130,13 @@ constexpr std::size_t theMaxValueLength = 160;
 std::string shownValue(const std::string& value, const std::string& other) {
     if (value.empty())
         return "(not stated)";
-    const std::string line = collapsed(value);
+    std::string line = collapsed(value);
     if (line.size() <= theMaxValueLength)
         return line;
     const std::string otherLine = collapsed(other);
-    const auto end = line.begin() + std::min(line.size(), otherLine.size());
-    const std::size_t differs =
-        std::mismatch(line.begin(), end, otherLine.begin()).first - line.begin();
+    const auto difference =
+        std::mismatch(line.begin(), line.end(), otherLine.begin(), otherLine.end()).first;
+    const auto differs = static_cast<std::size_t>(difference - line.begin());
     const std::size_t begin = differs > theMaxValueLength / 2 ? differs - theMaxValueLength / 2 : 0;
     const bool cutBehind = line.size() - begin > theMaxValueLength;
     return (begin ? "..." : "") + line.substr(begin, theMaxValueLength) + (cutBehind ? "..." : "");

@@ -22,6 +22,7 @@ std::string listed(const std::vector<DtEnumeratorType>& enumerators) {
 
 std::string listed(const std::vector<DtFieldType>& fields) {
     std::vector<std::string> parts;
+    parts.reserve(fields.size());
     for (const DtFieldType& field : fields)
         parts.push_back(textOf(field.name) + ": " + textOf(field.dataType));
     return joined(parts, ", ");
@@ -29,6 +30,7 @@ std::string listed(const std::vector<DtFieldType>& fields) {
 
 std::string listed(const std::vector<DtAlternativeType>& alternatives) {
     std::vector<std::string> parts;
+    parts.reserve(alternatives.size());
     for (const DtAlternativeType& alternative : alternatives)
         parts.push_back(textOf(alternative.enumerator) + " -> " + textOf(alternative.name) + ": " +
                         textOf(alternative.dataType));

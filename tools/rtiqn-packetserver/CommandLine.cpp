@@ -130,7 +130,7 @@ void addRun(CLI::App& app, const Choose& choose) {
 }
 
 std::shared_ptr<AskOptions> addAsking(CLI::App& command) {
-    const auto options = std::make_shared<AskOptions>();
+    auto options = std::make_shared<AskOptions>();
     addServer(command, options->key);
     command.add_option("--timeout", options->timeout_s, "Wait so many seconds for an answer (2)")
         ->check(positiveComplaint)
