@@ -81,6 +81,13 @@ TEST(Commands, TheOrderOfTheModulesDoesNotChangeTheTotals) {
     EXPECT_EQ(totalsOf("merge" + reversed), totals);
 }
 
+TEST(Commands, ModulesWithNoFolderInCommonAreShownByTheirPaths) {
+    const std::string relative = std::filesystem::relative(Tests::harbourPaths().at(1));
+    const Outcome result = run("merge " + Tests::harbourPaths().at(0) + " " + relative);
+    EXPECT_EQ(result.status, 0) << result.err;
+    EXPECT_THAT(result.out, HasSubstr(relative));
+}
+
 TEST(Commands, TheDiffHasEveryRowThatAModuleBrought) {
     const Outcome result = run(harbour("merge --diff --format json"));
     const auto json = nlohmann::json::parse(result.out);

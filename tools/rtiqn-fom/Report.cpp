@@ -45,8 +45,10 @@ constexpr Heading theHeadings[] = {{Count::objectClasses, "object", "classes"},
 std::string commonFolder(const std::vector<ModuleResult>& modules) {
     std::string folder = modules.front().path.substr(0, modules.front().path.rfind('/') + 1);
     for (const ModuleResult& module : modules) {
-        while (!folder.empty() && module.path.compare(0, folder.size(), folder) != 0)
-            folder.resize(folder.rfind('/', folder.size() - 2) + 1);
+        while (!folder.empty() && module.path.compare(0, folder.size(), folder) != 0) {
+            folder.pop_back();
+            folder.resize(folder.rfind('/') + 1);
+        }
     }
     return folder;
 }
