@@ -54,7 +54,7 @@ std::vector<std::string> commandsOf(const std::string& program) {
 
 // -------------------------------------------------------------------------------------------------
 
-TEST(Documents, HelpFitsEightyColumns) {
+TEST(Documents, HelpFitsEightyColumnsAndHasExamples) {
     for (const std::string& program : thePrograms) {
         std::vector<std::vector<std::string>> calls = {{program, "--help"}};
         for (const std::string& command : commandsOf(program))
@@ -64,7 +64,7 @@ TEST(Documents, HelpFitsEightyColumns) {
             const Outcome help = runToEnd(words);
             SCOPED_TRACE(nameOf(program) + ' ' + words[1]);
             EXPECT_EQ(help.status, 0);
-            EXPECT_THAT(help.out, AllOf(HasSubstr("\nUsage: "), Not(HasSubstr("--man"))));
+            EXPECT_THAT(help.out, AllOf(HasSubstr("\nExamples:\n  "), Not(HasSubstr("--man"))));
             std::istringstream lines(help.out);
             for (std::string line; std::getline(lines, line);)
                 EXPECT_THAT(line, SizeIs(testing::Le(80u)));

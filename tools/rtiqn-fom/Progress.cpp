@@ -1,21 +1,19 @@
 #include "Progress.h"
 
 #include <cstdint>
-#include <cstdio>
 #include <filesystem>
 #include <system_error>
-#include <unistd.h>
 
 #include "Print.h"
 #include "common/Console.h"
 
 namespace RtiqnFom {
 
+using namespace RtiqnTools;
+
 namespace {
 
 constexpr std::uintmax_t theLargeInput_bytes = std::uintmax_t{8} * 1024 * 1024;
-/// Goes to the start of the line and clears it.
-constexpr const char* theClearLine = "\r\033[K";
 
 std::uintmax_t totalSize(const std::vector<std::string>& paths) {
     std::uintmax_t total = 0;
@@ -30,20 +28,19 @@ std::uintmax_t totalSize(const std::vector<std::string>& paths) {
 }  // namespace
 
 Progress::Progress(const std::vector<std::string>& paths)
-    : shown_(OrynRti::DtInfo.okToPrint() && RtiqnTools::isTerminal(STDERR_FILENO) &&
-             totalSize(paths) >= theLargeInput_bytes),
+    : shown_(OrynRti::DtInfo.okToPrint() && totalSize(paths) >= theLargeInput_bytes),
       count_(paths.size()) {}
 
 Progress::~Progress() {
-    if (shown_)
-        std::fputs(theClearLine, stderr);
+    endProgress();
 }
 
 void Progress::reading(const std::string& path) {
     ++current_;
     if (shown_)
-        std::fprintf(stderr, "%sreading %zu of %zu: %s", theClearLine, current_, count_,
-                     path.c_str());
+        showProgress(clipped(
+            "reading " + std::to_string(current_) + " of " + std::to_string(count_) + ": " + path,
+            terminalSize().columns - 1));
 }
 
 }  // namespace RtiqnFom
