@@ -1,5 +1,6 @@
 """Programs that a soak starts, watches, kills and ends."""
 
+import collections
 import json
 import re
 import signal
@@ -30,7 +31,7 @@ class Program:
 
     def __init__(self, name, words, namespace=()):
         self.name = name
-        self.lines = []
+        self.lines = collections.deque(maxlen=1000)
         self._ended = False
         self._news = threading.Condition()
         self._out = tempfile.TemporaryFile("w+")
@@ -47,11 +48,14 @@ class Program:
     def _read(self):
         for line in self.process.stderr:
             with self._news:
-                self.lines.append(line.rstrip())
+                self._take(line.rstrip())
                 self._news.notify_all()
         with self._news:
             self._ended = True
             self._news.notify_all()
+
+    def _take(self, line):
+        self.lines.append(line)
 
     def await_line(self, pattern, times=1):
         """The match in the line that has it for that time."""
@@ -60,8 +64,11 @@ class Program:
         with self._news:
             self._news.wait_for(lambda: self._ended or len(found()) >= times, PATIENCE_S)
             if len(found()) < times:
-                raise Failure(f"{self.name} did not say /{pattern}/: {self.lines[-5:]}")
+                raise Failure(f"{self.name} did not say /{pattern}/: {self.told()}")
             return found()[times - 1]
+
+    def told(self):
+        return " / ".join(list(self.lines)[-5:])
 
     def signal(self, number):
         if self.process.poll() is None:
@@ -83,7 +90,7 @@ class Program:
         out = self._out.read()
         self._close()
         if status != 0:
-            raise Failure(f"{self.name} ended with status {status}: {self.lines[-5:]}")
+            raise Failure(f"{self.name} ended with status {status}: {self.told()}")
         return out
 
     def _close(self):
@@ -102,12 +109,18 @@ class Program:
         return before[0] and system.work(self.pid) == before
 
 
-def await_that(condition, what, patience_s=PATIENCE_S):
+def comes_true(condition, patience_s=PATIENCE_S):
     end = time.monotonic() + patience_s
     while not condition():
         if time.monotonic() > end:
-            raise Failure(f"waited in vain for {what}")
+            return False
         time.sleep(0.02)
+    return True
+
+
+def await_that(condition, what):
+    if not comes_true(condition):
+        raise Failure(f"waited in vain for {what}")
 
 
 class Receiver(Program):
@@ -125,11 +138,20 @@ class Receiver(Program):
 
 
 class Listener(Receiver):
-    """rtiqn-dis listen, on the network or, with a key, through the packet server."""
+    """rtiqn-dis listen, on the network or, with a key, through the packet server. Its counters are
+    at most a second old when they are asked for with --counters 1."""
+
+    counters = None
 
     def __init__(self, name, tools, words):
         super().__init__(name, [tools / "rtiqn-dis/rtiqn-dis", "listen", "--quiet", "--format",
                                 "json", *words])
+
+    def _take(self, line):
+        if line.startswith('{"counters":'):
+            self.counters = json.loads(line)["counters"]
+        else:
+            super()._take(line)
 
     def await_network(self):
         self.port = int(self.await_line(r"listening on .*:(\d+)$")[1])
@@ -150,20 +172,13 @@ class Server(Receiver):
         super().__init__(name, [self._program, "run", "--key", key, *words])
         self.port = int(self.await_line(r"reading .*:(\d+), external$")[1])
 
-    def clients(self):
-        """How many it serves. All requests that were made before this one are done then."""
+    def status(self):
+        """What it tells of itself. All requests that were made before this one are done then."""
         words = [self._program, "status", "--key", self._key, "--format", "json"]
-        status = subprocess.run(list(map(str, words)), capture_output=True, text=True, check=True)
-        return json.loads(status.stdout)["packetClients"]
-
-    def end(self):
-        """(PDUs read, packets handed over, what was not read from the network by its text)."""
-        out = super().end()
-        network = re.search(r"Not read from the network\n((?:  .*\n)+)", out)
-        losses = re.findall(r"(\d+)  (.*)", network[1]) if network else []
-        return (int(re.match(r"(\d+) PDU", out)[1]),
-                int(re.search(r"(\d+) packets? handed over", out)[1]),
-                {text: int(count) for count, text in losses})
+        status = subprocess.run(list(map(str, words)), capture_output=True, text=True, check=False)
+        if status.returncode != 0:
+            raise Failure(f"{self.name} has no status: {status.stderr.strip()}")
+        return json.loads(status.stdout)
 
 
 class Replay(Program):
@@ -175,5 +190,5 @@ class Replay(Program):
         """Datagrams that it has sent."""
         out = super().end()
         if "could not be sent" in out:
-            raise Failure(f"{self.name} could not send: {self.lines[-5:]}")
+            raise Failure(f"{self.name} could not send: {self.told()}")
         return int(re.match(r"Sent (\d+) datagram", out)[1])
