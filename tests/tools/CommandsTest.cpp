@@ -285,6 +285,7 @@ TEST(Commands, WrongUsageIsToldApartFromHelp) {
     }
     EXPECT_THAT(run("bake").err, HasSubstr("'bake' is no command: it is one of merge, show"));
     EXPECT_THAT(run("merge --unknown a.xml").err, HasSubstr("'rtiqn-fom merge --help' tells more"));
+    EXPECT_THAT(run("merge a.xml --mim").err, HasSubstr("--mim needs a value"));
     for (const char* command : {"merge", "show", "check", "graph"}) {
         const Outcome help = run(command + std::string(" --help"));
         EXPECT_EQ(help.status, 0);

@@ -56,6 +56,14 @@ std::string commandList(const CLI::App& app) {
     return list;
 }
 
+/// CLI11's text, but for "--mim: 1 required TEXT missing".
+std::string textOf(const CLI::ParseError& error) {
+    const std::string text = error.what();
+    const bool isMissing =
+        error.get_name() == "ArgumentMismatch" && text.find(" missing") != std::string::npos;
+    return isMissing ? text.substr(0, text.find(':')) + " needs a value behind it" : text;
+}
+
 /// What was wrong, and what to do about it.
 std::string complaint(const CLI::App& app, const std::string& error, const std::string& firstWord) {
     const std::vector<CLI::App*> chosen = app.get_subcommands();
@@ -73,7 +81,7 @@ int answer(const CLI::App& app, const CLI::ParseError& error, const std::string&
     std::ostringstream result;
     std::ostringstream ignored;
     if (app.exit(error, result, ignored) != 0) {
-        printError(complaint(app, error.what(), firstWord));
+        printError(complaint(app, textOf(error), firstWord));
         return theUsageError;
     }
     return runCommand([&] {
