@@ -1,5 +1,7 @@
 #include "Addresses.h"
 
+#include <cerrno>
+
 #include "Errors.h"
 
 namespace RtiqnTools {
@@ -38,6 +40,23 @@ DtInetEndpoint lookUp(const std::string& host, std::uint16_t port) {
     if (!endpoint.isOk())
         throw NetworkError(textOf(endpoint.getLastErrorString()));
     return endpoint;
+}
+
+/// What to do about an error of the system.
+const char* adviceOn(int error) {
+    switch (error) {
+        case EADDRNOTAVAIL:
+            return "; 'ip address' lists the addresses of this host";
+        case EADDRINUSE:
+            return "; another program has that port for itself: end it, or take another port";
+        case EACCES:
+            return "; ports below 1024 are for those who may: take another one";
+        case ENODEV:
+        case ENETUNREACH:
+            return "; there is no route there: name the network interface with --device";
+        default:
+            return "";
+    }
 }
 
 }  // namespace
@@ -80,9 +99,12 @@ std::string textOf(const DtString& text) {
 
 std::string errorOf(const DtInetSocket& socket) {
     std::string text = textOf(socket.getLastErrorString());
+    const std::string call = "(): ";  // of the library, which is nothing to its user
+    if (const std::size_t end = text.find(call); end != std::string::npos)
+        text.erase(0, end + call.size());
     for (std::size_t at = text.find('\n'); at != std::string::npos; at = text.find('\n', at))
         text.replace(at, 1, at + 1 == text.size() ? "" : ": ");
-    return text;
+    return text + adviceOn(socket.getLastError());
 }
 
 }  // namespace RtiqnTools

@@ -25,7 +25,7 @@ pcap_t* openCapture(const std::string& path) {
         pcap_fopen_offline_with_tstamp_precision(file, PCAP_TSTAMP_PRECISION_NANO, why);
     if (!handle) {
         std::fclose(file);
-        throwReadError(path, why);
+        throwReadError(path, why + std::string("; captures are pcap or pcapng files"));
     }
     return handle;
 }

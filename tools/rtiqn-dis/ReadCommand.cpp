@@ -36,7 +36,7 @@ void tellWhatIsOdd(const ReadOptions& options, const CaptureDatagrams& capture,
     if (statistics.datagrams() == 0)
         printError(options.path + ": no UDP datagram to port " +
                    std::to_string(options.report.port) + ", " + std::to_string(capture.others()) +
-                   " to other ports");
+                   " to other ports; see --port");
 }
 
 }  // namespace

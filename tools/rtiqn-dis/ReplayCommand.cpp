@@ -86,7 +86,7 @@ private:
         if (read_ == 0 && !StopSignals::requested())
             printError(options_.path + ": no UDP datagram to port " +
                        std::to_string(options_.sending.port) + ", " +
-                       std::to_string(capture.others()) + " to other ports");
+                       std::to_string(capture.others()) + " to other ports; see --port");
     }
 
     void replayAt(double moment_s, ByteView payload) {

@@ -39,7 +39,7 @@ ServerSource::ServerSource(const ListenOptions& options, PduReport& report, Capt
     if (connect())
         return;
     if (!options.waitForServer)
-        throw NetworkError(textOf(client_.lastError()));
+        throw NetworkError(textOf(client_.lastError()) + "; take --wait to wait for it");
     complain("waiting: " + textOf(client_.lastError()));
 }
 

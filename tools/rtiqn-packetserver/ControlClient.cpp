@@ -41,8 +41,9 @@ Descriptor connectTo(int key) {
 Descriptor reach(int key) {
     Descriptor socket = connectTo(key);
     if (!socket.isOpen())
-        throw ProgramError(theOtherwise,
-                           "there is no packet server with key " + std::to_string(key));
+        throw ProgramError(theOtherwise, "there is no packet server with key " +
+                                             std::to_string(key) +
+                                             "; 'rtiqn-packetserver run' starts one");
     return socket;
 }
 
