@@ -127,13 +127,18 @@ TEST(Hostile, ValuesThatMeanNothingAreCountedAndAnsweredWithWarnings) {
         group.request = DtCsJoinGroup;
         group.address = htonl(INADDR_LOOPBACK);
         sender.send(bytesOf(group));
+        // Figures are no packets: whoever gets packets does not get them.
+        DtCsControlReqRecord figures;
+        figures.request = DtCsAskFigures;
+        figures.clientId = number;
+        sender.send(bytesOf(figures));
     }
     CapturedNotifications said;
     client.settle();
-    EXPECT_EQ(client.statistics().warnings, 6u);
+    EXPECT_EQ(client.statistics().warnings, 7u);
     EXPECT_EQ(client.clientState().filterCount, 0);
     expectServes(server);
-    EXPECT_THAT(server.stop().out, AllOf(HasSubstr("5  with values that mean nothing"),
+    EXPECT_THAT(server.stop().out, AllOf(HasSubstr("6  with values that mean nothing"),
                                          HasSubstr("1  for multicast groups")));
 }
 
