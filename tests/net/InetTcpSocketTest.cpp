@@ -162,6 +162,30 @@ TEST(InetTcpSocket, AcceptedSocketsGoByTheirOwnOptions) {
     EXPECT_EQ(receiveText(client), "on my own");
 }
 
+TEST(InetTcpSocket, ReceivesIntoTheBuffersOfAChain) {
+    Connection both;
+    std::vector<char> first(4), second(8);
+    DtInetSocketBufferChain chain{&first, nullptr, &second};
+    DtInetEndpoint sender;
+    EXPECT_EQ(both.accepted.recvToChainFrom(chain, sender, MSG_DONTWAIT), 0);
+    ASSERT_EQ(sendText(both.client, "anchor up"), 9);
+    ASSERT_TRUE(isReadable(both.accepted.pollDescriptor(), theLongWait_ms));
+    EXPECT_EQ(both.accepted.recvToChainFrom(chain, sender, 0), 9);
+    EXPECT_EQ(std::string(first.begin(), first.end()) + "|" + second.data(), "anch|or up");
+    EXPECT_TRUE(sender == both.client.localEndpoint());
+
+    both.accepted.addProcessingCallback(
+        DtInetSockAfterReceive,
+        [](DtInetSocket*, int size, DtInetSocketBufferChain&, DtInetEndpoint&, void*) {
+            return size - 1;
+        },
+        nullptr, 1);
+    ASSERT_EQ(sendText(both.client, "!!"), 2);
+    EXPECT_EQ(both.accepted.recvToChain(chain, 0), 1);
+    DtInetSocketBufferChain none;
+    EXPECT_EQ(both.accepted.recvToChain(none, 0), DtInetSockIncomplete);
+}
+
 TEST(InetTcpSocket, TakesOverDescriptors) {
     ListeningServer server;
     const int number = server.rawClient();
