@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <cstdarg>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
@@ -16,21 +17,26 @@ bool isPrinted(int severity) {
     return severity <= __atomic_load_n(&DtNotifyLevel, __ATOMIC_RELAXED);  // stands alone
 }
 
-std::string systemText(int errorNumber) {
-    char buffer[256];
-    return std::string(": ") + strerror_r(errorNumber, buffer, sizeof buffer);
-}
+/// What comes between a message and the end of its line. Needs no memory: a program that ends for
+/// the lack of it is to say so.
+struct Ending {
+    Ending() = default;
+    explicit Ending(int errorNumber) {
+        char buffer[256];
+        std::snprintf(text, sizeof text, ": %s", strerror_r(errorNumber, buffer, sizeof buffer));
+    }
+    char text[300] = "";
+};
 
-/// `ending` is what comes between the message and the end of the line.
-DT_PRINTF(1, 0) void printFatal(const char* format, va_list arguments, const std::string& ending) {
+DT_PRINTF(1, 0) void printFatal(const char* format, va_list arguments, const Ending& ending) {
     if (format != nullptr && isPrinted(0))
-        DtFatal << FATAL_HDR << DtFormatMessage(format, arguments) << ending << std::endl;
+        DtFatal << FATAL_HDR << DtFormatMessage(format, arguments) << ending.text << std::endl;
 }
 
 DT_PRINTF(1, 0)
-void printWarning(const char* format, va_list arguments, const std::string& ending) {
+void printWarning(const char* format, va_list arguments, const Ending& ending) {
     if (format != nullptr && isPrinted(1))
-        DtWarn << DtFormatMessage(format, arguments) << ending << std::endl;
+        DtWarn << DtFormatMessage(format, arguments) << ending.text << std::endl;
 }
 
 }  // namespace
@@ -40,7 +46,7 @@ void printWarning(const char* format, va_list arguments, const std::string& endi
 void DtFatalError(const char* format, ...) {
     va_list arguments;
     va_start(arguments, format);
-    printFatal(format, arguments, std::string());
+    printFatal(format, arguments, Ending());
     va_end(arguments);
     DtAbort();
 }
@@ -49,7 +55,7 @@ void DtFatalPerror(const char* format, ...) {
     const int errorNumber = errno;
     va_list arguments;
     va_start(arguments, format);
-    printFatal(format, arguments, systemText(errorNumber));
+    printFatal(format, arguments, Ending(errorNumber));
     va_end(arguments);
     DtAbort();
 }
@@ -58,7 +64,7 @@ void DtFatalNetPerror(const char* format, ...) {
     const int errorNumber = errno;
     va_list arguments;
     va_start(arguments, format);
-    printFatal(format, arguments, systemText(errorNumber));
+    printFatal(format, arguments, Ending(errorNumber));
     va_end(arguments);
     DtAbort();
 }
@@ -67,7 +73,7 @@ void DtWarnPerror(const char* format, ...) {
     const int errorNumber = errno;
     va_list arguments;
     va_start(arguments, format);
-    printWarning(format, arguments, systemText(errorNumber));
+    printWarning(format, arguments, Ending(errorNumber));
     va_end(arguments);
     errno = errorNumber;
 }
@@ -76,7 +82,7 @@ void DtWarnNetPerror(const char* format, ...) {
     const int errorNumber = errno;
     va_list arguments;
     va_start(arguments, format);
-    printWarning(format, arguments, systemText(errorNumber));
+    printWarning(format, arguments, Ending(errorNumber));
     va_end(arguments);
     errno = errorNumber;
 }

@@ -1,11 +1,13 @@
 #include <algorithm>
 #include <cstring>
 #include <cxxabi.h>
+#include <new>
 
 #include "Exceptions.h"
 #include "Print.h"
 #include "ScopedLock.h"
 #include "containers/CancellationOff.h"
+#include "text/ForkLocks.h"
 #include "text/MessageFormat.h"
 
 namespace OrynRti {
@@ -71,9 +73,12 @@ inline bool DtOutputStreamBuffer::collects() const {
 /// cheaper than copying it.
 DtOutputStreamBuffer::DtOutputStreamBuffer() {
     pending_.reserve(theUsualCapacity_bytes);
+    DtKeepForForks(mutex_, DtForkRank::Stream);
 }
 
-DtOutputStreamBuffer::~DtOutputStreamBuffer() = default;
+DtOutputStreamBuffer::~DtOutputStreamBuffer() {
+    DtForgetForForks(mutex_);
+}
 
 void DtOutputStreamBuffer::setOutputStream(DtOutputStream* stream) {
     const BufferLock lock(mutex_);
@@ -89,10 +94,14 @@ DtOutputStreamBuffer::int_type DtOutputStreamBuffer::overflow(int_type c) {
     return traits_type::not_eof(c);
 }
 
+/// Text for which there is no memory is lost: an exception would leave the stream bad for good.
 std::streamsize DtOutputStreamBuffer::xsputn(const char* text, std::streamsize size) {
     if (size > 0 && collects()) {
         const BufferLock lock(mutex_);
-        collect(text, static_cast<size_t>(size));
+        try {
+            collect(text, static_cast<size_t>(size));
+        } catch (const std::bad_alloc&) {
+        }
     }
     return size;
 }

@@ -1,9 +1,11 @@
 #include "Print.h"
 
 #include <iostream>
+#include <memory>
 #include <unistd.h>
 
 #include "ScopedLock.h"
+#include "text/ForkLocks.h"
 
 namespace OrynRti {
 
@@ -20,6 +22,13 @@ void writeAndFlush(std::ostream& console, const std::string& text) {
         console.clear();
 }
 
+/// Never destroyed: threads may write after main().
+DtMutex& newConsoleLock() {
+    auto lock = std::make_unique<DtMutex>();
+    DtKeepForForks(*lock, DtForkRank::Printer);
+    return *lock.release();
+}
+
 }  // namespace
 
 DtPrinter::~DtPrinter() = default;
@@ -28,8 +37,10 @@ DtPrinter::~DtPrinter() = default;
 
 DtStdoutPrinter::~DtStdoutPrinter() = default;
 
+/// All printers of a console share one lock; that of the printer only keeps its place.
 void DtStdoutPrinter::write(const std::string& text, int, bool) {
-    const DtScopedLock lock(mutex_, true);
+    static DtMutex& console = newConsoleLock();
+    const DtScopedLock lock(console);
     writeAndFlush(std::cout, text);
 }
 
@@ -38,7 +49,8 @@ void DtStdoutPrinter::write(const std::string& text, int, bool) {
 DtStderrPrinter::~DtStderrPrinter() = default;
 
 void DtStderrPrinter::write(const std::string& text, int, bool) {
-    const DtScopedLock lock(mutex_, true);
+    static DtMutex& console = newConsoleLock();
+    const DtScopedLock lock(console);
     writeAndFlush(std::cerr, text);
 }
 
