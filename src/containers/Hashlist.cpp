@@ -111,18 +111,21 @@ DtHashlist::~DtHashlist() {
 
 DtListItem* DtHashlist::add(const DtBaseHashKey& key, void* data, void** old) {
     // The key may be the one that the removal frees. Finding the bucket first has it hashed, so
-    // that the clone is too.
+    // that the clone is too. All that takes memory comes before the removal.
     DtList* bucket = bucketFromHashKey(key);
     std::unique_ptr<DtBaseHashKey> ownKey(key.clone());
+    auto dataItem = std::make_unique<DtListItem>(data);
+    auto item = std::make_unique<BucketItem>(std::move(ownKey), dataItem.get());
+    auto keyItem = std::make_unique<DtListItem>(item->entry().hashKey());
+    item->entry().setKeyItem(keyItem.get());
     void* const previous = remove(key);
     if (old != nullptr)
         *old = previous;
 
-    DtListItem* dataItem = list_->add(data);
-    auto* item = new BucketItem(std::move(ownKey), dataItem);
-    bucket->addToList(item, bucket->last());
-    item->entry().setKeyItem(keys_.add(item->entry().hashKey()));
-    return dataItem;
+    list_->addToList(dataItem.get(), list_->last());
+    bucket->addToList(item.release(), bucket->last());
+    keys_.addToList(keyItem.release(), keys_.last());
+    return dataItem.release();
 }
 
 void* DtHashlist::remove(const DtBaseHashKey& key) {
