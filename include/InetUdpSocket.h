@@ -220,6 +220,10 @@ protected:
     /// whenever that changes.
     void announceQueued(bool waiting);
 
+    /// Whether the socket is open in the process that has forked this one. Closing it here must
+    /// then not be noticed there.
+    bool isInherited() const;
+
     // What a receiving call is made of; `name` is what it is called in error texts. Each answers
     // as a receiving call.
 

@@ -76,12 +76,14 @@ AsyncDatagramReceiver::AsyncDatagramReceiver(boost::asio::io_context& context, i
                                              PollDescriptor& poll,
                                              const std::atomic<std::size_t>& limit,
                                              DatagramCounters& counters)
-    : descriptor_(context, duplicateDescriptor(descriptor)),
+    : descriptor_(context),
       pause_(context),
       poll_(poll),
       limit_(limit),
       counters_(counters),
-      batch_(std::make_unique<Batch>()) {}
+      batch_(std::make_unique<Batch>()) {
+    assignDuplicate(descriptor, [this](int number) { descriptor_.assign(number); });
+}
 
 AsyncDatagramReceiver::~AsyncDatagramReceiver() = default;
 

@@ -10,6 +10,7 @@
 #include <deque>
 #include <memory>
 #include <mutex>
+#include <unistd.h>
 #include <vector>
 
 #include "net/DatagramCounters.h"
@@ -59,6 +60,9 @@ public:
 
     /// From now on take() answers ClosedMeanwhile, also to those who wait.
     void close();
+
+    /// As AsyncDatagramSender::closeCopy().
+    void closeCopy() { ::close(descriptor_.native_handle()); }
 
 private:
     struct Batch;

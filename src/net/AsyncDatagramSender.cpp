@@ -5,6 +5,7 @@
 #include <boost/asio/post.hpp>
 #include <cerrno>
 #include <chrono>
+#include <new>
 #include <sys/socket.h>
 #include <utility>
 
@@ -22,24 +23,23 @@ constexpr std::size_t theBatchSize = 64;
 
 AsyncDatagramSender::AsyncDatagramSender(boost::asio::io_context& context, int descriptor,
                                          DatagramCounters& counters)
-    : context_(context),
-      descriptor_(context, duplicateDescriptor(descriptor)),
-      counters_(counters) {}
+    : context_(context), descriptor_(context), counters_(counters) {
+    assignDuplicate(descriptor, [this](int number) { descriptor_.assign(number); });
+}
 
 bool AsyncDatagramSender::queue(const iovec* parts, std::size_t count, const SocketAddress& to,
                                 std::size_t limit) {
     Outgoing datagram{gatherBytes(parts, count), to};
     const std::size_t cost = datagram.cost();
-    {
-        const std::lock_guard<std::mutex> lock(mutex_);
-        if (limit != 0 && (cost > limit || bytes_ > limit - cost))
-            return false;
-        waiting_.push_back(std::move(datagram));
-        bytes_ += cost;
-        if (std::exchange(active_, true))
-            return true;
-    }
-    boost::asio::post(context_, [this] { sendQueued(); });
+    const std::lock_guard<std::mutex> lock(mutex_);
+    if (limit != 0 && (cost > limit || bytes_ > limit - cost))
+        return false;
+    // The thread is told first, since there may be no memory to do so.
+    if (!active_)
+        boost::asio::post(context_, [this] { sendQueued(); });
+    active_ = true;
+    waiting_.push_back(std::move(datagram));
+    bytes_ += cost;
     return true;
 }
 
@@ -53,15 +53,23 @@ bool AsyncDatagramSender::drain(double seconds) {
 // On the thread
 
 void AsyncDatagramSender::sendQueued() {
-    while (nextBatch()) {
-        if (sendBatch())
-            continue;
+    while (nextBatch())
+        if (!sendBatch() && awaitRoom())
+            return;
+}
+
+/// False when there is no memory to wait with, which costs a datagram.
+bool AsyncDatagramSender::awaitRoom() {
+    try {
         descriptor_.async_wait(boost::asio::posix::stream_descriptor::wait_write,
                                [this](const boost::system::error_code& error) {
                                    if (error != boost::asio::error::operation_aborted)
                                        sendQueued();
                                });
-        return;
+        return true;
+    } catch (const std::bad_alloc&) {
+        noteFailure(ENOMEM);
+        return false;
     }
 }
 

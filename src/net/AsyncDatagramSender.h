@@ -10,6 +10,7 @@
 #include <deque>
 #include <mutex>
 #include <sys/uio.h>
+#include <unistd.h>
 #include <vector>
 
 #include "net/DatagramCounters.h"
@@ -43,6 +44,10 @@ public:
     /// Waits until all datagrams queued are gone, for at most so long. Whether they are.
     bool drain(double seconds);
 
+    /// In a child of fork(), which has no thread to send: only so that the socket does not stay
+    /// open for its sake. The object is of no use then and must not be destroyed.
+    void closeCopy() { ::close(descriptor_.native_handle()); }
+
 private:
     struct Outgoing {
         std::vector<char> bytes;
@@ -53,6 +58,7 @@ private:
     void sendQueued();
     bool nextBatch();
     bool sendBatch();
+    bool awaitRoom();
     std::uint64_t finish(std::size_t datagrams);
     void noteFailure(int error);
 

@@ -60,6 +60,14 @@ public:
         return std::move(held_);
     }
 
+    /// Instead of both in a child of fork(), where those who were inside do not exist.
+    Descriptor closeWithoutUsers() {
+        descriptor_ = -1;
+        first_ = false;
+        others_ = 0;
+        return std::move(held_);
+    }
+
     /// -1 when closed.
     int descriptor() const { return descriptor_; }
 

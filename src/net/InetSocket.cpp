@@ -7,6 +7,7 @@
 
 #include "InetDevice.h"
 #include "ScopedLock.h"
+#include "text/ForkLocks.h"
 
 namespace OrynRti {
 
@@ -20,9 +21,12 @@ bool isChain(DtInetSockProcessingType type) {
 
 }  // namespace
 
-DtInetSocket::DtInetSocket() = default;
+DtInetSocket::DtInetSocket() {
+    DtKeepForForks(mutex_, DtForkRank::Socket);
+}
 
 DtInetSocket::~DtInetSocket() {
+    DtForgetForForks(mutex_);
     delete hostIf_;
     for (DtInetSocketCallbackChain& chain : chains_)
         for (const auto& entry : chain)

@@ -108,8 +108,8 @@ void DtInetTcpSockPimpl::resumeReceiving() {
     const std::size_t limit = limits_.receive;
     if (!paused_ || (limit != 0 && receivedCost_ > limit / 2))
         return;
-    paused_ = false;
     boost::asio::post(thread_.context(), [this] { awaitReceive(); });
+    paused_ = false;
 }
 
 // -------------------------------------------------------------------------------------------
@@ -120,7 +120,7 @@ void DtInetTcpSockPimpl::awaitReceive() {
         if (!error)
             receiveOnce();
         else if (error != boost::asio::error::operation_aborted)
-            handleReceiveFrom(error.value(), 0);
+            stick(error.value());
     });
 }
 
@@ -128,10 +128,11 @@ void DtInetTcpSockPimpl::awaitReceive() {
 void DtInetTcpSockPimpl::receiveOnce() {
     const iovec buffer{receiveBuffer_.get(), DtInetUtils::getMaxPacketBufferSize()};
     const ssize_t size = receiveSome(descriptor_, &buffer, 1, MSG_DONTWAIT);
-    if (size < 0)
-        return handleReceiveFrom(errno, 0);
     try {
-        handleReceiveFrom(0, static_cast<std::size_t>(size));
+        if (size < 0)
+            handleReceiveFrom(errno, 0);
+        else
+            handleReceiveFrom(0, static_cast<std::size_t>(size));
     } catch (const std::bad_alloc&) {  // a stream with a hole is of no use
         stick(ENOMEM);
     }
@@ -173,23 +174,22 @@ bool DtInetTcpSockPimpl::queueIsFull() const {
 int DtInetTcpSockPimpl::asyncSendChain(const iovec* parts, std::size_t count, Error& error) {
     const std::size_t size = partsSize(parts, count);
     const std::size_t limit = limits_.send;
-    {
-        const std::lock_guard<std::mutex> lock(mutex_);
-        if (error_) {
-            error = error_;
-            return -1;
-        }
-        if (limit != 0 && (size > limit || sendBytes_ > limit - size))
-            return 0;
-        if (!addToSendQueue(parts, count, size))
-            return static_cast<int>(size);
+    const std::lock_guard<std::mutex> lock(mutex_);
+    if (error_) {
+        error = error_;
+        return -1;
     }
-    boost::asio::post(thread_.context(), [this] { sendQueued(); });
+    if (limit != 0 && (size > limit || sendBytes_ > limit - size))
+        return 0;
+    // The thread is told first, since there may be no memory to do so.
+    if (!sending_)
+        boost::asio::post(thread_.context(), [this] { sendQueued(); });
+    sending_ = true;
+    addToSendQueue(parts, count, size);
     return static_cast<int>(size);
 }
 
-/// Whether the thread has to be told.
-bool DtInetTcpSockPimpl::addToSendQueue(const iovec* parts, std::size_t count, std::size_t size) {
+void DtInetTcpSockPimpl::addToSendQueue(const iovec* parts, std::size_t count, std::size_t size) {
     if (waiting_.empty() || waiting_.back().capacity() - waiting_.back().size() < size) {
         std::vector<char> block;
         block.reserve(std::max(size, theBlock_bytes));
@@ -200,7 +200,6 @@ bool DtInetTcpSockPimpl::addToSendQueue(const iovec* parts, std::size_t count, s
         waiting_.back().insert(waiting_.back().end(), part, part + parts[i].iov_len);
     }
     sendBytes_ += size;
-    return !std::exchange(sending_, true);
 }
 
 bool DtInetTcpSockPimpl::allSent() {
@@ -224,8 +223,13 @@ void DtInetTcpSockPimpl::finishSending(Clock::time_point deadline) {
 
 /// One system call per turn, so that receiving gets its own.
 void DtInetTcpSockPimpl::sendQueued() {
-    if (nextBatch())
-        sendBatch();
+    try {
+        if (nextBatch())
+            sendBatch();
+    } catch (const std::bad_alloc&) {
+        stick(ENOMEM);
+        dropSends();
+    }
 }
 
 void DtInetTcpSockPimpl::sendBatch() {
@@ -271,7 +275,7 @@ void DtInetTcpSockPimpl::handleSendComplete(int error, std::size_t bytes) {
     }
     finish(bytes);
     if (nextBatch())
-        boost::asio::post(thread_.context(), [this] { sendBatch(); });
+        boost::asio::post(thread_.context(), [this] { sendQueued(); });
 }
 
 void DtInetTcpSockPimpl::finish(std::size_t bytes) {

@@ -79,7 +79,7 @@ private:
         std::size_t cost() const { return bytes.size() + sizeof(Chunk); }
     };
 
-    bool addToSendQueue(const iovec* parts, std::size_t count, std::size_t size);
+    void addToSendQueue(const iovec* parts, std::size_t count, std::size_t size);
     void sendQueued();
     void sendBatch();
     bool nextBatch();

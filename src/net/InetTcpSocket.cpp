@@ -42,9 +42,9 @@ DtInetTcpSocket::DtInetTcpSocket() : parts_(std::make_unique<TcpSocketParts>()) 
 
 DtInetTcpSocket::DtInetTcpSocket(unsigned short localPort, DtInetDevice* device,
                                  DtInetUtils::DtInetAddrFamily family, unsigned int options,
-                                 bool open)
-    : parts_(std::make_unique<TcpSocketParts>()) {
-    hostIf_ = device;
+                                 bool open) {
+    hostIf_ = device;  // which is ours from now on
+    parts_ = std::make_unique<TcpSocketParts>();
     localEndpoint_ = anyEndpoint(ipFamily(family), localPort);
     parts_->server = true;
     takeOptions(options);
@@ -53,9 +53,9 @@ DtInetTcpSocket::DtInetTcpSocket(unsigned short localPort, DtInetDevice* device,
 }
 
 DtInetTcpSocket::DtInetTcpSocket(const DtInetEndpoint& destination, unsigned short localPort,
-                                 DtInetDevice* device, unsigned int options, bool open)
-    : parts_(std::make_unique<TcpSocketParts>()) {
-    hostIf_ = device;
+                                 DtInetDevice* device, unsigned int options, bool open) {
+    hostIf_ = device;  // which is ours from now on
+    parts_ = std::make_unique<TcpSocketParts>();
     destination_ = destination;
     localEndpoint_ = anyEndpoint(ipFamily(destination.family()), localPort);
     takeOptions(options);

@@ -75,11 +75,11 @@ bool DtInetTcpSocket::connectFailed(int number, const DtString& message) {
 bool DtInetTcpSocket::connectionUp() {
     setState(DtInetSockConnecting, 0);
     if (localPort() == 0 || localEndpoint_.address().isAnyAddr()) {
-        parts_->requested = localEndpoint_;
+        parts_->requested = parts_->chosen = localEndpoint_;
         sockaddr_storage local;
         if (localAddress(descriptor(), local))
-            localEndpoint_.fromAddrStorage(DtInetTcp, local);
-        parts_->chosen = localEndpoint_;
+            parts_->chosen.fromAddrStorage(DtInetTcp, local);
+        localEndpoint_ = parts_->chosen;  // last: what is asked for must not be forgotten
     }
     const TcpFailure failure = attempt([this] { parts_->startQueues(isIPv6(), flags()); });
     if (failure.number != 0)

@@ -120,22 +120,20 @@ bool DtInetTcpSocket::acceptFailed(const char* words, const TcpFailure& failure)
 /// A connection that the new socket cannot take is closed.
 bool DtInetTcpSocket::handOver(DtInetTcpSocket& newSocket, const Accepted& accepted,
                                unsigned int options) {
+    Descriptor descriptor(accepted.descriptor);
     sockaddr_storage localAddr;
     DtInetEndpoint local;
     DtInetEndpoint peer;
     if (localAddress(accepted.descriptor, localAddr))
         local.fromAddrStorage(DtInetTcp, localAddr);
     peer.fromAddrStorage(DtInetTcp, accepted.peer);
-    if (!newSocket.initAcceptedConnection(local.address(), local.port(), options)) {
-        const Descriptor dropped(accepted.descriptor);
+    if (!newSocket.initAcceptedConnection(local.address(), local.port(), options))
         return acceptFailed(theCreatingFailed,
                             {newSocket.getLastError(), newSocket.getLastErrorString()});
-    }
-    const TcpFailure failure = newSocket.takeDescriptor(accepted.descriptor);
-    if (failure.number != 0) {
-        const Descriptor dropped(accepted.descriptor);
+    const TcpFailure failure = newSocket.takeDescriptor(descriptor.number());
+    if (failure.number != 0)
         return acceptFailed(theAssigningFailed, failure);
-    }
+    descriptor.release();
     if (newSocket.openAcceptedConnection(peer))
         return true;
     const TcpFailure refused{newSocket.getLastError(), newSocket.getLastErrorString()};

@@ -66,6 +66,8 @@ void TcpSocketParts::apply(int descriptor, unsigned int options) const {
 }
 
 void TcpSocketParts::begin(Descriptor descriptor) {
+    if (isInherited())
+        leaveToParent();
     poll.lower(PollDescriptor::ReceiveQueue, true);
     poll.lower(PollDescriptor::Closed, true);
     gate.open(std::move(descriptor));
@@ -82,7 +84,24 @@ void TcpSocketParts::startQueues(bool ipv6, unsigned int options) {
     pimpl = queues_.get();
 }
 
+/// Closes what is open here, and does nothing that the parent would notice: the connection and what
+/// waits for it are shared with it. Queues, thread and Boost objects stay behind as they were.
+void TcpSocketParts::leaveToParent() {
+    owner_ = getpid();
+    const Descriptor closed = gate.closeWithoutUsers();
+    poll.leaveToParent();
+    pimpl = nullptr;
+    static_cast<void>(queues_.release());
+    static_cast<void>(stream.release());
+    static_cast<void>(acceptor.release());
+    connected = false;
+}
+
 int TcpSocketParts::end() {
+    if (isInherited()) {
+        leaveToParent();
+        return 0;
+    }
     const Clock::time_point begin = Clock::now();
     const double wait_s = settings.linger_s != 0 ? settings.linger_s : closeWait_s.load();
     const int number = gate.beginClose();

@@ -7,8 +7,10 @@
 #include <cerrno>
 #include <exception>
 #include <memory>
+#include <new>
 #include <optional>
 #include <system_error>
+#include <unistd.h>
 
 #include "Exceptions.h"
 #include "InetTcpSocket.h"
@@ -60,6 +62,9 @@ struct TcpSocketParts {
     /// and closes. An error number when the descriptor was no socket any more, else 0.
     int end();
 
+    /// Whether fork() has brought this here from another process, whose threads it works with.
+    bool isInherited() const { return owner_ != getpid(); }
+
     DescriptorGate gate;
     PollDescriptor poll;
     TcpQueueLimits limits{{DtInetTcpSocket::theQueueLimit_bytes},
@@ -84,10 +89,12 @@ struct TcpSocketParts {
 
 private:
     void releaseBoostObjects();
+    void leaveToParent();
     std::unique_ptr<DtInetTcpSockPimpl> queues_;
+    pid_t owner_ = getpid();
 };
 
-/// Runs a step of opening that may throw.
+/// Runs a step of opening that may throw. Only std::bad_alloc passes.
 template <typename Step>
 TcpFailure attempt(Step step) {
     try {
@@ -97,6 +104,8 @@ TcpFailure attempt(Step step) {
         return {refused.code().value(), DtString(refused.code().message())};
     } catch (const std::system_error& refused) {
         return {refused.code().value(), DtString(refused.code().message())};
+    } catch (const std::bad_alloc&) {
+        throw;
     } catch (const DtException& refused) {
         return {EINVAL, DtString(refused.message())};
     } catch (const std::exception& refused) {

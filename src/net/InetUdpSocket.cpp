@@ -1,5 +1,6 @@
 #include "InetUdpSocket.h"
 
+#include <boost/system/system_error.hpp>
 #include <cerrno>
 #include <new>
 #include <sys/socket.h>
@@ -35,9 +36,9 @@ bool isUdpSocket(int descriptor, sockaddr_storage& local) {
 }  // namespace
 
 DtInetUdpSocket::DtInetUdpSocket(const DtInetEndpoint& localEndpoint, unsigned short port,
-                                 DtInetDevice* device, unsigned int options, bool open)
-    : pimpl_(std::make_unique<DtInetUdpSockPimpl>()) {
-    hostIf_ = device;
+                                 DtInetDevice* device, unsigned int options, bool open) {
+    hostIf_ = device;  // which is ours from now on
+    pimpl_ = std::make_unique<DtInetUdpSockPimpl>();
     localEndpoint_ = localEndpoint;
     if (localEndpoint_.port() == 0)
         localEndpoint_.setPort(port);
@@ -105,6 +106,10 @@ bool DtInetUdpSocket::isOpen() const {
     return pimpl_->gate.descriptor() >= 0;
 }
 
+bool DtInetUdpSocket::isInherited() const {
+    return isOpen() && pimpl_->isInherited();
+}
+
 bool DtInetUdpSocket::isOk() const {
     return state() > 0 && state() != DtInetSockClosed;
 }
@@ -150,14 +155,19 @@ bool DtInetUdpSocket::openSocket() {
         Descriptor descriptor =
             pimpl_->bound(localEndpoint_.address(), localPort(), hostIf_, flags());
         pimpl_->begin(std::move(descriptor), flags());
+        takeChosenPort();
     } catch (const std::system_error& refused) {
         return recordError(refused.code().value(), failure + refused.what());
+    } catch (const boost::system::system_error& refused) {
+        return recordError(refused.code().value(), failure + refused.what());
+    } catch (const std::bad_alloc&) {
+        pimpl_->end(0);
+        throw;
     } catch (const DtException& refused) {
         return recordError(EINVAL, failure + refused.message());
     } catch (const std::exception& refused) {
         return recordError(EINVAL, failure + refused.what());
     }
-    takeChosenPort();
     startUsing(DtInetSockOpen);
     return true;
 }
@@ -220,6 +230,8 @@ bool DtInetUdpSocket::setSocket(int number) {
         readAddress(number, peer, getpeername) && destination_.fromAddrStorage(DtInetUdp, peer);
     try {
         pimpl_->adopt(number, flags());
+    } catch (const std::bad_alloc&) {
+        throw;
     } catch (const std::exception& refused) {
         return recordError(EINVAL, DtString("DtInetUdpSocket::setSocket(): Error taking over the "
                                             "socket\n") +

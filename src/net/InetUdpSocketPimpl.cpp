@@ -124,6 +124,8 @@ void DtInetUdpSockPimpl::adopt(int number, unsigned int options) {
 }
 
 void DtInetUdpSockPimpl::prepare(int number, unsigned int options) {
+    if (isInherited())
+        leaveToParent();
     const bool receives = (options & DtInetSockAsyncReceive) != 0;
     counters.forgetKernelCount();
     require("arrival reports", Options::setArrivalReports(number, receives));
@@ -153,7 +155,24 @@ void DtInetUdpSockPimpl::rememberArrival(int number) {
         arrivalBeforeClosing_ = arrival;
 }
 
+/// Closes what is open here, and does nothing that the parent would notice: the socket and what
+/// waits for it are shared with it. Queues and thread stay behind as they were. False when there
+/// was nothing to close.
+bool DtInetUdpSockPimpl::leaveToParent() {
+    owner_ = getpid();
+    const Descriptor closed = gate.closeWithoutUsers();
+    poll.leaveToParent();
+    Async* const left = async.release();
+    if (left != nullptr && left->sender != nullptr)
+        left->sender->closeCopy();
+    if (left != nullptr && left->receiver != nullptr)
+        left->receiver->closeCopy();
+    return closed.number() >= 0;
+}
+
 bool DtInetUdpSockPimpl::end(double sendWait_s) {
+    if (isInherited())
+        return leaveToParent();
     const int number = gate.beginClose();
     if (number < 0)
         return false;

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <memory>
 #include <optional>
+#include <unistd.h>
 
 #include "InetUdpSocket.h"
 #include "net/AsyncDatagramReceiver.h"
@@ -66,6 +67,9 @@ public:
     /// it was closed already.
     bool end(double sendWait_s);
 
+    /// Whether fork() has brought this here from another process, whose threads it works with.
+    bool isInherited() const { return owner_ != getpid(); }
+
     /// Brings the counter of what the kernel has dropped up to date.
     void noteKernelDrops();
 
@@ -87,9 +91,11 @@ public:
 
 private:
     void prepare(int number, unsigned int options);
+    bool leaveToParent();
     void rememberArrival(int number);
 
     std::atomic<double> arrivalBeforeClosing_{0.0};
+    pid_t owner_ = getpid();
 };
 
 /// What an error text says ahead of a destination that was never set.

@@ -1,6 +1,7 @@
 #include "net/PollDescriptor.h"
 
 #include <cstdint>
+#include <new>
 #include <sys/epoll.h>
 #include <sys/eventfd.h>
 
@@ -19,6 +20,12 @@ bool addTo(int epoll, int descriptor) {
 int PollDescriptor::descriptor() {
     const std::lock_guard<std::mutex> lock(mutex_);
     return epoll_.number() >= 0 || make() ? epoll_.number() : -1;
+}
+
+void PollDescriptor::leaveToParent() {
+    const Descriptor event = std::move(event_);
+    const Descriptor epoll = std::move(epoll_);
+    new (this) PollDescriptor;
 }
 
 bool PollDescriptor::make() {

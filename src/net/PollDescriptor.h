@@ -34,6 +34,10 @@ public:
     /// A receiving call has found nothing.
     void settle();
 
+    /// In a child of fork(): begins anew. What is watched and raised is the parent's business, and
+    /// a thread that is not there may have the lock.
+    void leaveToParent();
+
 private:
     bool make();
     void takeBackDue();
