@@ -353,6 +353,10 @@ private:
     bool takeSenderAddress();
     bool openingFailed(int error, const DtString& text);
     int closeSendSocket();
+    void prepareSendSocket();
+    void makeSendSocket();
+    void registerSteps();
+    void leaveToParent();
 
     // Sending
     template <typename Send>
@@ -385,6 +389,7 @@ private:
                    const char* operation);
     Bundle& bundleTo(const DtInetEndpoint& destination);
     std::size_t aligned(std::size_t size) const;
+    void sendBundle(OutgoingBundle& outgoing);
     int sendPending(Bundle& bundle, const DtInetEndpoint& destination, DtScopedLock& lock);
     int afterBundle(OutgoingBundle& outgoing);
 

@@ -77,7 +77,8 @@ struct DtPacketServerClientStatistics {
 /// Threads:   one at a time
 /// Ownership: the shared memory, the semaphores and a socket, all gone after close(). A program
 ///            that is killed leaves them to the server, which removes them. A child made by
-///            fork() may neither use nor destroy the object: it would take them from its parent
+///            fork() may close or destroy the object, which its parent does not notice, but not
+///            use it
 /// Errors:    false, or an outcome, and lastError() in words
 /// Cost:      three system calls per packet, one more per second; nothing is allocated between
 ///            connect() and close() but for the texts of errors

@@ -19,7 +19,8 @@ class DtSharedMemoryPoolManager;
 /// Both semaphores begin at 0, where nothing can be taken, until a queue is initialised on them.
 /// Who joins early thus waits, and never sees a half-made queue.
 ///
-/// Ownership: who created the pair removes it in the destructor. Every wait on it ends then,
+/// Ownership: the process that created the pair removes it in the destructor. Every wait on it ends
+/// then,
 ///            in all processes; so it goes before the pool
 /// Errors:    the constructors throw a DtException with the system's text
 class DT_EXPORT DtShmSemaphores {
@@ -42,7 +43,7 @@ public:
 
 private:
     int id_ = -1;
-    bool created_;
+    int creator_;  ///< The process that created the pair, 0 when it was joined.
 };
 
 }  // namespace OrynRti

@@ -41,6 +41,12 @@ void DtDisSockPimpl::stop(double sendWait_s) {
     endThread();
 }
 
+void DtDisSockPimpl::closeCopies() {
+    const Descriptor closed = gate_.closeWithoutUsers();
+    if (sender_ != nullptr)
+        sender_->closeCopy();
+}
+
 void DtDisSockPimpl::endThread() {
     if (thread_ != nullptr)
         thread_->stop(true);

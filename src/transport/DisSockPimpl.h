@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <memory>
 #include <sys/uio.h>
+#include <unistd.h>
 
 #include "ThreadedObject.h"
 #include "net/AsyncDatagramSender.h"
@@ -34,6 +35,12 @@ public:
     /// The socket is shut down then.
     void stop(double sendWait_s);
 
+    /// Whether fork() has brought this here from another process, whose thread it works with.
+    bool isInherited() const { return owner_ != getpid(); }
+
+    /// Then instead of stop(), and of the destructor: closes the descriptors and nothing more.
+    void closeCopies();
+
     /// Sends or queues one datagram, in queue with at most `queueLimit` bytes. 0; the system's
     /// error number; or theQueueIsFull.
     int send(const iovec* parts, std::size_t count, const SocketAddress& to, int flags,
@@ -52,6 +59,7 @@ private:
     DescriptorGate gate_;
     std::unique_ptr<DtThreadedObject> thread_;
     std::unique_ptr<AsyncDatagramSender> sender_;
+    const pid_t owner_ = getpid();
 };
 
 }  // namespace OrynRti

@@ -1,8 +1,10 @@
 #include "DisSocket.h"
 
 #include <boost/asio/ip/udp.hpp>
+#include <boost/system/system_error.hpp>
 #include <cerrno>
 #include <cstddef>
+#include <new>
 #include <sys/socket.h>
 #include <system_error>
 #include <tuple>
@@ -69,18 +71,6 @@ Descriptor boundSendSocket(const DtInetEndpoint& endpoint, unsigned int options)
     return descriptor;
 }
 
-/// Closing the Boost socket and closing the descriptor that the library sends through are two
-/// things: each has its own.
-void assignDuplicate(DtDisSocket::SendSocket& sendSocket, const udp& protocol, int descriptor) {
-    const int duplicate = duplicateDescriptor(descriptor);
-    boost::system::error_code error;
-    sendSocket.assign(protocol, duplicate, error);
-    if (!error)
-        return;
-    ::close(duplicate);
-    require("assign", error.value());
-}
-
 void readChosenPort(int descriptor, DtInetEndpoint& endpoint) {
     sockaddr_storage local{};
     socklen_t size = sizeof local;
@@ -105,20 +95,44 @@ DtDisSocket::DtDisSocket(const DtInetEndpoint& endpoint, unsigned short sendPort
       selfReflectSuppression_(suppressSelfReflect),
       receiveQueue_(std::make_unique<PduQueue>()),
       events_(std::make_unique<DisEventCounters>()) {
-    if (suppressSelfReflect) {
-        ioContext_ = std::make_unique<boost::asio::io_context>();
-        sendSocket_ = std::make_unique<SendSocket>(*ioContext_);
-        pimpl_ = std::make_unique<DtDisSockPimpl>(*ioContext_, datagramCounters());
-        localSenderEndpoint_.setPort(firstNonZero(sendPort, endpoint.port()));
+    try {
+        if (suppressSelfReflect) {
+            prepareSendSocket();
+            localSenderEndpoint_.setPort(firstNonZero(sendPort, endpoint.port()));
+        }
+        registerSteps();
+        if (openNow)
+            DtDisSocket::openSocket();
+    } catch (...) {
+        pimpl_.reset();  // before the context that it uses
+        throw;
+    }
+}
+
+void DtDisSocket::registerSteps() {
+    if (selfReflectSuppression_)
         addProcessingCallback(DtInetSockAfterReceive, &DtDisSocket::suppressSelfReflect, nullptr,
                               2);
-    }
     addProcessingCallback(DtInetSockAfterReceive, &DtDisSocket::unbundle, nullptr, 5);
     addProcessingCallback(DtInetSockBeforeRead, &DtDisSocket::getNextBundle, nullptr, 1);
     addProcessingCallback(DtInetSockAfterReceive, &DtDisSocket::minSizeFilter, nullptr, 1);
     addProcessingCallback(DtInetSockAfterReceive, &DtDisSocket::filterExercisePdus, nullptr, 7);
-    if (openNow)
-        DtDisSocket::openSocket();
+}
+
+/// When the system refuses, openSocket() tries again, and tells.
+void DtDisSocket::prepareSendSocket() {
+    try {
+        makeSendSocket();
+    } catch (const boost::system::system_error&) {
+    }
+}
+
+void DtDisSocket::makeSendSocket() {
+    auto context = std::make_unique<boost::asio::io_context>();
+    auto sendSocket = std::make_unique<SendSocket>(*context);
+    pimpl_ = std::make_unique<DtDisSockPimpl>(*context, datagramCounters());
+    sendSocket_ = std::move(sendSocket);
+    ioContext_ = std::move(context);
 }
 
 DtDisSocket::~DtDisSocket() {
@@ -138,11 +152,19 @@ bool DtDisSocket::openSocket() {
         return false;
     if (!selfReflectSuppression_)
         return true;
-    if (!takeSenderAddress())
-        return openingFailed(EFAULT, DtString(theOpenOperation) +
-                                         "Could not identify localhost interface for self-reflect "
-                                         "suppression\n");
-    return openSendSocket();
+    if (pimpl_ != nullptr && pimpl_->isInherited())
+        leaveToParent();
+    try {
+        return takeSenderAddress()
+                   ? openSendSocket()
+                   : openingFailed(EFAULT, DtString(theOpenOperation) +
+                                               "Could not identify localhost interface for "
+                                               "self-reflect suppression\n");
+    } catch (const std::bad_alloc&) {
+        DtInetUdpSocket::closeSocket();
+        closeSendSocket();
+        throw;
+    }
 }
 
 /// False when no device, or one without an address of the family, is there to send from.
@@ -163,14 +185,26 @@ bool DtDisSocket::openSendSocket() {
     const DtString refused("Error opening Boost send socket for self-reflect suppression\n");
     const DtString failed("self-reflect suppression sending socket - ");
     try {
+        if (pimpl_ == nullptr)
+            makeSendSocket();
         Descriptor descriptor = boundSendSocket(localSenderEndpoint_, flags());
         if (localSenderEndpoint_.port() == 0)
             readChosenPort(descriptor.number(), localSenderEndpoint_);
-        assignDuplicate(*sendSocket_, isIPv6() ? udp::v6() : udp::v4(), descriptor.number());
+        // Closing the Boost socket and closing the descriptor that the library sends through are
+        // two things: each has its own.
+        assignDuplicate(descriptor.number(), [this](int number) {
+            boost::system::error_code error;
+            sendSocket_->assign(isIPv6() ? udp::v6() : udp::v4(), number, error);
+            require("assign", error.value());
+        });
         pimpl_->start(std::move(descriptor), flags());
         return true;
     } catch (const std::system_error& error) {
         return openingFailed(error.code().value(), prefix + refused + error.code().message());
+    } catch (const boost::system::system_error& error) {
+        return openingFailed(error.code().value(), prefix + refused + error.code().message());
+    } catch (const std::bad_alloc&) {
+        throw;
     } catch (const DtException& error) {
         return openingFailed(EINVAL, prefix + failed + error.message());
     } catch (const std::exception& error) {
@@ -185,9 +219,15 @@ bool DtDisSocket::openingFailed(int error, const DtString& text) {
     return recordError(error, text);
 }
 
+/// Bundles for which there is no memory are lost: a socket can always be closed.
 bool DtDisSocket::closeSocket() {
-    if (descriptor() >= 0)
-        flush();
+    if (isInherited())
+        leaveToParent();
+    try {
+        if (descriptor() >= 0)
+            flush();
+    } catch (const std::bad_alloc&) {
+    }
     const DtScopedLock lock(mutex());
     const bool closed = DtInetUdpSocket::closeSocket();
     const int error = closeSendSocket();
@@ -197,6 +237,21 @@ bool DtDisSocket::closeSocket() {
                                       "suppression\n" +
                                       systemErrorText(error));
     return closed;
+}
+
+/// In a child of fork(): bundles, send socket and thread are the parent's.
+void DtDisSocket::leaveToParent() {
+    const DtScopedLock lock(mutex());
+    pendingBundles_.clear();
+    lastBundle_ = pendingBundles_.end();
+    if (pimpl_ == nullptr)
+        return;
+    pimpl_->closeCopies();
+    if (sendSocket_->is_open())
+        ::close(sendSocket_->native_handle());
+    static_cast<void>(pimpl_.release());
+    static_cast<void>(sendSocket_.release());
+    static_cast<void>(ioContext_.release());
 }
 
 /// 0 or the error number. That the socket was not connected is as it should be.

@@ -3,6 +3,7 @@
 #include <climits>
 #include <cstddef>
 #include <cstdint>
+#include <new>
 
 #include "DisSocket.h"
 #include "ScopedLock.h"
@@ -27,6 +28,20 @@ void append(std::vector<char>& bundle, const DtInetSocketBufferChain& chain, std
     }
 }
 
+/// Appends the PDU behind padding up to `begin`. Without memory for all of it the bundle stays as
+/// it was: a part of a PDU would spoil the datagram.
+template <typename Add>
+void addWhole(std::vector<char>& bundle, std::size_t begin, Add add) {
+    const std::size_t before = bundle.size();
+    try {
+        bundle.resize(begin);
+        add(bundle);
+    } catch (const std::bad_alloc&) {
+        bundle.resize(before);
+        throw;
+    }
+}
+
 }  // namespace
 
 /// A bundle on its way out. The memory of bundles goes round between the sockets and the
@@ -35,8 +50,8 @@ class DtDisSocket::OutgoingBundle {
 public:
     /// Takes the bytes and leaves the bundle empty.
     OutgoingBundle(Bundle& bundle, const DtInetEndpoint& destination) : scratch_(nullptr, 0) {
-        scratch_.chain().front()->swap(bundle);
         scratch_.endpoint() = destination;
+        scratch_.chain().front()->swap(bundle);
     }
 
     DtInetSocketBufferChain& chain() { return scratch_.chain(); }
@@ -119,13 +134,12 @@ int DtDisSocket::bundlePdu(std::size_t size, DtInetEndpoint& destination, Add ad
     const std::size_t begin = aligned(bundle.size());
     const auto limit = static_cast<std::size_t>(std::min(getMaxBundleSize(), theMaxBundle_bytes));
     if (begin == 0 || begin + size <= limit) {
-        bundle.resize(begin);
-        add(bundle);
+        addWhole(bundle, begin, add);
         return 0;
     }
     OutgoingBundle full(bundle, destination);
-    full.sent = sendChainTo(full.chain(), full.destination(), theBundleFlags);
-    add(bundleTo(destination));
+    sendBundle(full);
+    addWhole(bundleTo(destination), 0, add);
     lock.unlock();
     afterBundle(full);
     return 0;
@@ -246,11 +260,21 @@ int DtDisSocket::flushBundle(DtInetEndpoint& destination) {
 int DtDisSocket::sendPending(Bundle& bundle, const DtInetEndpoint& destination,
                              DtScopedLock& lock) {
     OutgoingBundle outgoing(bundle, destination);
-    outgoing.sent = sendChainTo(outgoing.chain(), outgoing.destination(), theBundleFlags);
+    sendBundle(outgoing);
     lock.unlock();
     const int answer = afterBundle(outgoing);
     lock.lock();
     return answer;
+}
+
+/// Without memory for it the bundle is lost.
+void DtDisSocket::sendBundle(OutgoingBundle& outgoing) {
+    try {
+        outgoing.sent = sendChainTo(outgoing.chain(), outgoing.destination(), theBundleFlags);
+    } catch (const std::bad_alloc&) {
+        DisEventCounters::add(events_->bundlesFailed);
+        throw;
+    }
 }
 
 /// Runs the post-send callbacks and counts. As flush() answers for one bundle.

@@ -37,7 +37,7 @@ bool DtDisSocket::applyToSendSocket(bool baseResult, const DtString& failure,
     if (!selfReflectSuppression_)
         return baseResult;
     const DtScopedLock lock(mutex());
-    if (!sendSocket_->is_open())
+    if (sendSocket_ == nullptr || !sendSocket_->is_open())
         return false;
     const int error = setting(sendSocket_->native_handle());
     return error == 0 ? baseResult : recordError(error, failure + systemErrorText(error));

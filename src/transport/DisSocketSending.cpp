@@ -166,7 +166,9 @@ int DtDisSocket::transmit(const iovec* parts, std::size_t count, DtInetEndpoint&
     if (!selfReflectSuppression_)
         return DtInetUdpSocket::transmit(parts, count, destination, flags, operation);
     const DtInetEndpoint& to = state() == DtInetSockConnected ? this->destination() : destination;
-    const int error = pimpl_->send(parts, count, SocketAddress(to), flags, sendQueueLimit());
+    const int error = pimpl_ != nullptr
+                          ? pimpl_->send(parts, count, SocketAddress(to), flags, sendQueueLimit())
+                          : EBADF;
     return error == 0 ? static_cast<int>(partsSize(parts, count))
                       : sendingFailed(error, to, operation);
 }

@@ -43,6 +43,7 @@ bool DtPacketServerClientPimpl::fail(const std::string& text) {
 
 bool DtPacketServerClientPimpl::connect(int key, const DtPacketServerClientOptions& options) {
     close();
+    process_ = getpid();
     server_ = "the packet server with key " + std::to_string(key);
     timeout_s_ = options.timeout_s > 0 ? std::min(options.timeout_s, theLongestWait_s) : 0;
     readCount_ = missedCount_ = 0;
@@ -136,8 +137,9 @@ bool DtPacketServerClientPimpl::askForWishes() {
                        [&](uint32_t group) { return sendGroup(DtCsJoinGroup, group); });
 }
 
+/// A child of fork() leaves without a word: the connection is its parent's.
 void DtPacketServerClientPimpl::close() {
-    if (isConnected() && !isEnding_) {
+    if (isConnected() && !isEnding_ && process_ == getpid()) {
         DtCsControlReqRecord request;
         request.request = DtCsLeave;
         request.clientId = clientId_;

@@ -101,6 +101,7 @@ private:
     std::optional<PacketClientMemory> memory_;
     std::optional<PacketClientSocket> socket_;
     uint32_t clientId_ = 0;  ///< 0: not connected.
+    int process_ = 0;        ///< The one that has connected.
     uint32_t readCount_ = 0;
     uint32_t missedCount_ = 0;
     uint16_t nextSequence_ = 0;

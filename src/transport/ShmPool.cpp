@@ -1,7 +1,9 @@
 #include "ShmPool.h"
 
 #include <cerrno>
+#include <climits>
 #include <csignal>
+#include <cstdio>
 #include <cstring>
 #include <fcntl.h>
 #include <string>
@@ -18,16 +20,28 @@ namespace OrynRti {
 
 namespace {
 
-/// Empty when no file can have that name.
-std::string keyFilePath(const DtString& name) {
-    const std::string text = name.c_str() == nullptr ? "" : name.c_str();
-    if (text.empty() || text.find('/') != std::string::npos)
-        return std::string();
-    return "/tmp/" + text + ".shared";
-}
+/// The path of a key file; empty when no file can have that name. Destructors need it, so it takes
+/// no memory.
+class KeyFilePath {
+public:
+    explicit KeyFilePath(const DtString& name) {
+        const char* const text = name.c_str();
+        if (text == nullptr || *text == '\0' || std::strchr(text, '/') != nullptr)
+            return;
+        const int length = std::snprintf(path_, sizeof path_, "/tmp/%s.shared", text);
+        if (length < 0 || static_cast<size_t>(length) >= sizeof path_)
+            path_[0] = '\0';
+    }
+
+    const char* c_str() const { return path_; }
+    bool empty() const { return path_[0] == '\0'; }
+
+private:
+    char path_[sizeof "/tmp/" + NAME_MAX] = "";
+};
 
 /// Of a key file that is there; IPC_PRIVATE when there is none.
-key_t keyOfFile(const std::string& path) {
+key_t keyOfFile(const KeyFilePath& path) {
     struct stat found {};
     if (path.empty() || lstat(path.c_str(), &found) != 0 || !S_ISREG(found.st_mode))
         return IPC_PRIVATE;
@@ -78,7 +92,7 @@ int createSegment(const DtString& name, key_t key, int size) {
 // -------------------------------------------------------------------------------------------
 
 key_t DtGetShmKeyFromString(const DtString& name) {
-    const std::string path = keyFilePath(name);
+    const KeyFilePath path(name);
     if (path.empty())
         return IPC_PRIVATE;
     // O_NONBLOCK: a pipe in the file's place must not hold us up.
@@ -88,7 +102,7 @@ key_t DtGetShmKeyFromString(const DtString& name) {
 }
 
 bool DtRemoveStaleSharedMemory(const DtString& name) {
-    const std::string path = keyFilePath(name);
+    const KeyFilePath path(name);
     const key_t key = keyOfFile(path);
     if (key == IPC_PRIVATE)
         return false;
@@ -158,7 +172,8 @@ void DtSharedMemoryPool::detach() {
 // -------------------------------------------------------------------------------------------
 
 DtSharedMemoryPoolManager::DtSharedMemoryPoolManager(const DtString& name, int size)
-    : DtSharedMemoryPool(name, DtGetShmKeyFromString(name)) {
+    : DtSharedMemoryPool(name, IPC_PRIVATE) {
+    key_ = DtGetShmKeyFromString(name);
     if (key_ == IPC_PRIVATE)
         DtWarn << "DtSharedMemoryPoolManager: no key file for pool " << name
                << ", its segment is private" << std::endl;
@@ -184,7 +199,7 @@ void DtSharedMemoryPoolManager::removeUnlessAnothers() {
     if (!hasSegment(id_, state) || (state.shm_cpid != getpid() && !creatorIsGone(state)))
         return;
     shmctl(id_, IPC_RMID, nullptr);
-    const std::string path = keyFilePath(name_);
+    const KeyFilePath path(name_);
     if (key_ != IPC_PRIVATE && keyOfFile(path) == key_)
         unlink(path.c_str());
 }
@@ -201,7 +216,7 @@ bool DtSharedMemoryPoolManager::restrictToOwner() {
 
 // Without a key file there is no segment of that name either: ENOENT, as shmget() says it.
 DtSharedMemoryPoolClient::DtSharedMemoryPoolClient(const DtString& name)
-    : DtSharedMemoryPool(name, keyOfFile(keyFilePath(name))) {
+    : DtSharedMemoryPool(name, keyOfFile(KeyFilePath(name))) {
     errno = ENOENT;
     id_ = key_ == IPC_PRIVATE ? -1 : shmget(key_, 0, 0);
     if (id_ == -1)

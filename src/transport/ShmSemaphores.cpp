@@ -5,6 +5,7 @@
 #include <string>
 #include <sys/ipc.h>
 #include <sys/sem.h>
+#include <unistd.h>
 
 #include "Exceptions.h"
 #include "ShmPool.h"
@@ -35,7 +36,7 @@ void removeStalePair(const DtSharedMemoryPoolManager& pool) {
 }  // namespace
 
 DtShmSemaphores::DtShmSemaphores(const DtSharedMemoryPoolManager& pool, bool openToOthers)
-    : id_(createPair(pool.key(), openToOthers)), created_(true) {
+    : id_(createPair(pool.key(), openToOthers)), creator_(getpid()) {
     if (id_ == -1 && errno == EEXIST) {
         removeStalePair(pool);
         id_ = createPair(pool.key(), openToOthers);
@@ -45,13 +46,13 @@ DtShmSemaphores::DtShmSemaphores(const DtSharedMemoryPoolManager& pool, bool ope
 }
 
 DtShmSemaphores::DtShmSemaphores(const DtSharedMemoryPoolClient& pool)
-    : id_(semget(pool.key(), thePair, 0)), created_(false) {
+    : id_(semget(pool.key(), thePair, 0)), creator_(0) {
     if (id_ == -1)
         throwSystemText("join has error with semget");
 }
 
 DtShmSemaphores::~DtShmSemaphores() {
-    if (created_)
+    if (creator_ == getpid())
         semctl(id_, 0, IPC_RMID);
 }
 
