@@ -140,11 +140,15 @@ void CaptureWriter::add(const DtInetEndpoint& source, const DtInetEndpoint& dest
     header.ts.tv_usec = std::lround((time_s - std::floor(time_s)) * 1e6) % 1000000;
     header.caplen = header.len = static_cast<bpf_u_int32>(packet_.size());
     pcap_dump(reinterpret_cast<unsigned char*>(file_.get()), &header, packet_.data());
+    if (error_ == 0 && std::ferror(pcap_dump_file(file_.get())))
+        error_ = errno;
 }
 
 void CaptureWriter::flush() {
-    if (pcap_dump_flush(file_.get()) != 0 || std::ferror(pcap_dump_file(file_.get())))
-        throwWriteError(path_, std::strerror(errno));
+    if (pcap_dump_flush(file_.get()) != 0 && error_ == 0)
+        error_ = errno;
+    if (error_ != 0)
+        throwWriteError(path_, std::strerror(error_));
 }
 
 }  // namespace RtiqnDis

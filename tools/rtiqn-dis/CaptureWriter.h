@@ -37,6 +37,7 @@ private:
     std::unique_ptr<pcap, Close> handle_;
     std::unique_ptr<pcap_dumper, Close> file_;
     std::vector<std::uint8_t> packet_;
+    int error_ = 0;  ///< Of the first write that failed.
 };
 
 }  // namespace RtiqnDis
