@@ -28,7 +28,7 @@ inline DtInetEndpoint tcpEndpoint(const char* address, unsigned short port) {
 class HeldPort {
 public:
     explicit HeldPort(bool ipv6 = false)
-        : number_(socket(ipv6 ? AF_INET6 : AF_INET, SOCK_STREAM, 0)) {
+        : number_(socket(ipv6 ? AF_INET6 : AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
         const int on = 1;
         setsockopt(number_, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
         sockaddr_storage addr{};

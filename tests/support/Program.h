@@ -89,7 +89,7 @@ private:
         process_ = ::fork();
         if (process_ == 0) {
             ::prctl(PR_SET_PDEATHSIG, SIGKILL);  // a test that crashes leaves nothing behind
-            ::dup2(::open(outPath.c_str(), O_WRONLY | O_CREAT, 0600), STDOUT_FILENO);
+            ::dup2(::open(outPath.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600), STDOUT_FILENO);
             ::dup2(ends[1], STDERR_FILENO);
             ::execv(arguments[0], arguments.data());
             ::_exit(127);
