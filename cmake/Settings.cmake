@@ -33,4 +33,5 @@ if(RTIQNUTIL_SANITIZE)
     add_link_options(-fsanitize=${RTIQNUTIL_SANITIZE})
 endif()
 
+find_package(Boost 1.81 REQUIRED)  # headers only
 find_package(Threads REQUIRED)
