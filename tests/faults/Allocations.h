@@ -12,8 +12,8 @@ struct Holdings {
     long blocks;       ///< Made by `new` and not deleted.
     long descriptors;  ///< Open ones.
     long threads;
-    long segments;  ///< Of shared memory in the namespace of this process.
-    long semaphoreSets;
+    long segments;       ///< Of shared memory, if the test has a namespace of its own for them.
+    long semaphoreSets;  ///< Like segments.
 
     static Holdings now();
 

@@ -121,6 +121,12 @@ long linesOf(const char* path) {
     return lines;
 }
 
+std::string ipcNamespace() {
+    return std::filesystem::read_symlink("/proc/self/ns/ipc");
+}
+
+const std::string theIpcNamespaceOfAll = ipcNamespace();
+
 /// A thread that has been joined may be in the system's books for a moment, and what another
 /// process is attached to as well.
 template <typename Condition>
@@ -161,8 +167,10 @@ public:
 
 Holdings Holdings::now() {
     const long blocks = theLiveBlocks;
+    const bool ipcIsOurs = ipcNamespace() != theIpcNamespaceOfAll;
     return {blocks, entriesOf("/proc/self/fd"), entriesOf("/proc/self/task"),
-            linesOf("/proc/sysvipc/shm"), linesOf("/proc/sysvipc/sem")};
+            ipcIsOurs ? linesOf("/proc/sysvipc/shm") : 0,
+            ipcIsOurs ? linesOf("/proc/sysvipc/sem") : 0};
 }
 
 bool Holdings::operator==(const Holdings& other) const {
