@@ -21,6 +21,7 @@ std::atomic<bool> theRestFails{false};
 std::atomic<bool> theOthersFail{false};
 thread_local bool theThreadFails = false;
 
+#ifndef DT_TEST_THREAD_SANITIZER
 bool fails() {
     if (!theThreadFails && !theOthersFail)
         return false;
@@ -50,8 +51,11 @@ void release(void* block) {
         theLiveBlocks.fetch_sub(1, std::memory_order_relaxed);
     std::free(block);
 }
+#endif
 
 }  // namespace
+
+#ifndef DT_TEST_THREAD_SANITIZER
 
 // Each form is replaced: a sanitizer brings some of its own, which would not call ours.
 void* operator new(std::size_t size) {
@@ -102,6 +106,7 @@ void operator delete(void* block, const std::nothrow_t&) noexcept {
 void operator delete[](void* block, const std::nothrow_t&) noexcept {
     release(block);
 }
+#endif
 
 namespace OrynRti::Tests {
 
@@ -200,6 +205,8 @@ void Attempt::operator()(const std::function<void()>& work) {
 }
 
 void expectSurvival(const AllocationCase& tried, Failing failing) {
+    if (theThreadSanitizerIsOn)
+        GTEST_SKIP() << "allocations cannot be made to fail here";
     constexpr long never = 1L << 40;
     const auto earlier = std::set_terminate(&tellCaseAndAbort);
     theRunningCase = tried.name;
@@ -227,6 +234,8 @@ void expectSurvival(const AllocationCase& tried, Failing failing) {
 }
 
 TEST(AllocationsTest, TellWhatIsLeftOver) {
+    if (theThreadSanitizerIsOn)
+        GTEST_SKIP() << "allocations cannot be counted here";
     const Holdings before = Holdings::now();
     int* const leaked = new int;
     EXPECT_FALSE(Holdings::now().isWithin(before));
