@@ -42,8 +42,9 @@ std::vector<std::string> lossLines(const LiveState& state) {
     std::stable_sort(found.begin(), found.end(),
                      [](const auto& a, const auto& b) { return a.first > b.first; });
     std::vector<std::string> lines;
-    for (const auto& [count, text] : found)
-        lines.push_back(text);
+    lines.reserve(found.size());
+    for (auto& [count, text] : found)
+        lines.push_back(std::move(text));
     return lines;
 }
 
