@@ -5,6 +5,7 @@
 
 #include "PduKinds.h"
 #include "common/Console.h"
+#include "common/JsonText.h"
 
 namespace RtiqnDis {
 
@@ -14,13 +15,16 @@ namespace {
 
 std::string pduJson(const ReceivedPdu& received) {
     const PduHeader& header = received.pdu.header;
-    return nlohmann::ordered_json{
-        {"time", received.time_s},       {"sender", received.sender},
-        {"version", header.version},     {"exercise", header.exercise},
-        {"kind", header.kind},           {"name", kindName(header.kind)},
-        {"length", header.length_bytes}, {"index", received.index},
-        {"count", received.count},       {"coupled", received.pdu.coupled}}
-        .dump();
+    return jsonText(nlohmann::ordered_json{{"time", received.time_s},
+                                           {"sender", received.sender},
+                                           {"version", header.version},
+                                           {"exercise", header.exercise},
+                                           {"kind", header.kind},
+                                           {"name", kindName(header.kind)},
+                                           {"length", header.length_bytes},
+                                           {"index", received.index},
+                                           {"count", received.count},
+                                           {"coupled", received.pdu.coupled}});
 }
 
 class TextWriter : public PduWriter {

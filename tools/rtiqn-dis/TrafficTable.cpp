@@ -5,6 +5,7 @@
 #include "TrafficStatistics.h"
 #include "common/Console.h"
 #include "common/CountersJson.h"
+#include "common/JsonText.h"
 #include "common/TextTable.h"
 
 namespace RtiqnDis {
@@ -102,12 +103,14 @@ std::string tableText(const TrafficStatistics& statistics) {
 }
 
 std::string summaryJson(const TrafficStatistics& statistics) {
-    return Json{
-        {"datagrams", statistics.datagrams()}, {"datagramBytes", statistics.datagramBytes()},
-        {"pdus", statistics.total().pdus},     {"attributePdus", statistics.attributePdus()},
-        {"bytes", statistics.total().bytes},   {"seconds", statistics.duration()},
-        {"traffic", trafficJson(statistics)},  {"notDelivered", lossesJson(statistics)}}
-        .dump();
+    return jsonText(Json{{"datagrams", statistics.datagrams()},
+                         {"datagramBytes", statistics.datagramBytes()},
+                         {"pdus", statistics.total().pdus},
+                         {"attributePdus", statistics.attributePdus()},
+                         {"bytes", statistics.total().bytes},
+                         {"seconds", statistics.duration()},
+                         {"traffic", trafficJson(statistics)},
+                         {"notDelivered", lossesJson(statistics)}});
 }
 
 std::string countersJson(const TrafficStatistics& statistics, double time_s, double seconds,
@@ -115,17 +118,16 @@ std::string countersJson(const TrafficStatistics& statistics, double time_s, dou
     Json losses = Json::object();
     for (const auto& [key, count] : statistics.losses())
         losses[lossKey(key.first)] = losses.value(lossKey(key.first), std::uint64_t{0}) + count;
-    return Json{{"counters",
-                 {{"time", time_s},
-                  {"seconds", seconds},
-                  {"datagrams", statistics.datagrams()},
-                  {"datagramBytes", statistics.datagramBytes()},
-                  {"pdus", statistics.total().pdus},
-                  {"attributePdus", statistics.attributePdus()},
-                  {"bytes", statistics.total().bytes},
-                  {"notDelivered", std::move(losses)},
-                  {source, RtiqnTools::countersJson(snapshot)}}}}
-        .dump();
+    return jsonText(Json{{"counters",
+                          {{"time", time_s},
+                           {"seconds", seconds},
+                           {"datagrams", statistics.datagrams()},
+                           {"datagramBytes", statistics.datagramBytes()},
+                           {"pdus", statistics.total().pdus},
+                           {"attributePdus", statistics.attributePdus()},
+                           {"bytes", statistics.total().bytes},
+                           {"notDelivered", std::move(losses)},
+                           {source, RtiqnTools::countersJson(snapshot)}}}});
 }
 
 }  // namespace RtiqnDis

@@ -2,6 +2,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include "common/JsonText.h"
+
 namespace RtiqnFom {
 
 namespace {
@@ -90,7 +92,7 @@ void printJsonReport(const Federation& federation, std::ostream& out) {
     }
     json["warnings"] = federation.warnings();
     json["check"] = jsonOf(federation.checkResult());
-    out << json.dump(2, ' ', false, Json::error_handler_t::replace) << '\n';
+    out << RtiqnTools::jsonText(json, 2) << '\n';
 }
 
 }  // namespace RtiqnFom
