@@ -205,6 +205,8 @@ TEST(ForkTest, AChildClosesSocketsThatItsParentGoesOnWith) {
 }
 
 /// A child that lives on does not keep the ports of sockets that it has closed, and may use them.
+/// Sanitizers have locks of their own that a fork may catch, so there its thread stays the only
+/// one.
 TEST(ForkTest, AClosedSocketIsAChildsOwnWhenItOpensItAgain) {
     Sockets sockets;
     const unsigned short port = sockets.queued.localPort();
@@ -213,7 +215,7 @@ TEST(ForkTest, AClosedSocketIsAChildsOwnWhenItOpensItAgain) {
         sockets.closeAll();
         closed.open();
         free.pass();
-        DtInetUdpSocket& again = theThreadSanitizerIsOn ? sockets.plain : sockets.queued;
+        DtInetUdpSocket& again = theBuildIsSanitized ? sockets.plain : sockets.queued;
         return again.openSocket() && isReached(again, again) ? 0 : 1;
     });
     closed.pass();
