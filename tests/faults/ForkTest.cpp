@@ -1,6 +1,7 @@
 // What a child of fork() does with what its parent's threads are using.
 #include <atomic>
 #include <functional>
+#include <future>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <string>
@@ -93,12 +94,18 @@ TEST(ForkTest, AChildLogsWhatItsParentsThreadIsLogging) {
     SlowLog log(path.c_str());
     log.setPrintTimestamps(true);
     const LoggingTo logging(log);
-    std::thread thread([] { DtInfo << "parent\n"; });
+    std::promise<void> childEnded;
+    std::thread thread([&] {
+        DtInfo << "parent\n";
+        childEnded.get_future()
+            .wait();  // a thread that has ended is a leak of the child's for tsan
+    });
     log.awaitWriter();
     EXPECT_TRUE(childEnds([&] {
         DtInfo << "child\n";
         return DtInfo.good() && log.isOpen();
     }));
+    childEnded.set_value();
     thread.join();
     EXPECT_THAT(readFile(path), AllOf(HasSubstr("] parent\n"), HasSubstr("] child\n")));
 }
