@@ -5,23 +5,7 @@
 #include <functional>
 #include <ostream>
 
-// The thread sanitizer has allocation functions of its own, which a program cannot replace, and
-// ends a child of a process with threads that makes a thread.
-#if defined(__SANITIZE_THREAD__)
-#define DT_TEST_THREAD_SANITIZER
-#elif defined(__has_feature)
-#if __has_feature(thread_sanitizer)
-#define DT_TEST_THREAD_SANITIZER
-#endif
-#endif
-
 namespace OrynRti::Tests {
-
-#ifdef DT_TEST_THREAD_SANITIZER
-constexpr bool theThreadSanitizerIsOn = true;
-#else
-constexpr bool theThreadSanitizerIsOn = false;
-#endif
 
 /// What this process holds of the system, as far as nothing may be left over of it.
 struct Holdings {

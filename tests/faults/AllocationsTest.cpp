@@ -12,6 +12,7 @@
 #include <unistd.h>
 
 #include "faults/Allocations.h"
+#include "support/Sanitizers.h"
 
 namespace {
 
@@ -21,7 +22,8 @@ std::atomic<bool> theRestFails{false};
 std::atomic<bool> theOthersFail{false};
 thread_local bool theThreadFails = false;
 
-#ifndef DT_TEST_THREAD_SANITIZER
+// The thread sanitizer has allocation functions of its own, which a program cannot replace.
+#if !DT_TEST_THREAD_SANITIZER
 bool fails() {
     if (!theThreadFails && !theOthersFail)
         return false;
@@ -55,7 +57,7 @@ void release(void* block) {
 
 }  // namespace
 
-#ifndef DT_TEST_THREAD_SANITIZER
+#if !DT_TEST_THREAD_SANITIZER
 
 // Each form is replaced: a sanitizer brings some of its own, which would not call ours.
 void* operator new(std::size_t size) {

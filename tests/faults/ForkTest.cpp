@@ -12,7 +12,6 @@
 #include "DisSocket.h"
 #include "PacketServerClient.h"
 #include "Thread.h"
-#include "faults/Allocations.h"
 #include "net/TcpSockets.h"
 #include "support/Files.h"
 #include "support/Notifications.h"

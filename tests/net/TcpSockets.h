@@ -7,17 +7,9 @@
 
 #include "InetTcpSocket.h"
 #include "net/Sockets.h"
+#include "support/Sanitizers.h"
 
 namespace OrynRti::Tests {
-
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool theBuildIsSanitized = true;
-#elif defined(__has_feature)
-constexpr bool theBuildIsSanitized = __has_feature(address_sanitizer) ||  //
-                                     __has_feature(thread_sanitizer);
-#else
-constexpr bool theBuildIsSanitized = false;
-#endif
 
 inline DtInetEndpoint tcpEndpoint(const char* address, unsigned short port) {
     return DtInetEndpoint(DtInetAddr(address), port, DtInetTcp);

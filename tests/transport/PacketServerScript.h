@@ -3,7 +3,6 @@
 
 #include <memory>
 #include <stdexcept>
-#include <stdlib.h>
 #include <string>
 #include <sys/socket.h>
 #include <sys/un.h>
@@ -14,6 +13,7 @@
 #include "ShmPool.h"
 #include "ShmSemaphores.h"
 #include "ShmWriter.h"
+#include "support/Files.h"
 #include "transport/ShmSupport.h"
 
 namespace OrynRti::Tests {
@@ -22,15 +22,10 @@ namespace OrynRti::Tests {
 class ServerDirectory {
 public:
     ServerDirectory() {
-        if (mkdtemp(path_.data()) == nullptr || !DtSetPacketServerDirectory(DtString(path_)))
+        if (!DtSetPacketServerDirectory(folder_.path()))
             throw std::runtime_error("no directory for the test");
     }
-    ~ServerDirectory() {
-        unlink(pathOf(1).c_str());
-        unlink(pathOf(2).c_str());
-        DtSetPacketServerDirectory("/tmp");
-        rmdir(path_.c_str());
-    }
+    ~ServerDirectory() { DtSetPacketServerDirectory("/tmp"); }
 
     static constexpr int theKey = 7;
     static std::string pathOf(int which) {
@@ -40,7 +35,7 @@ public:
     }
 
 private:
-    std::string path_ = "/tmp/rtiqn-test.XXXXXX";
+    const TemporaryFolder folder_;
 };
 
 /// The server's side of one client, to play as a test needs it: in a process of its own, since
